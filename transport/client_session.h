@@ -1,0 +1,32 @@
+// The stack under a session: byte transport, frame layer, binary protocol, client.
+#ifndef TRANSPORT_CLIENT_SESSION_H
+#define TRANSPORT_CLIENT_SESSION_H
+
+#include "APIv1.h"
+
+#include <thrift/protocol/TProtocol.h>
+#include <thrift/transport/TTransport.h>
+
+#include <memory>
+#include <string>
+
+namespace zerova {
+
+// Built whole and destroyed whole, in the reverse order of the fields. It closes nothing itself: the
+// transport closes in its destructor, when its last reference falls.
+struct ClientSession
+{
+   std::shared_ptr<apache::thrift::transport::TTransport> transport; // a TPipe or a TSocket
+   std::shared_ptr<apache::thrift::transport::TTransport> framed;
+   std::shared_ptr<apache::thrift::protocol::TProtocol> protocol;
+   APIv1Client client;
+};
+
+// Builds a stack and opens its transport: TCP to host at the port that the host's locator names, or the
+// local pipe pipeName when host is empty. Throws what the transport throws.
+std::unique_ptr<ClientSession> openClientSession(const std::string& pipeName,
+                                                 const std::string& host);
+
+} // namespace zerova
+
+#endif
