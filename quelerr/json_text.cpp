@@ -24,14 +24,22 @@ bool isHexDigit(char c)
 char shortEscape(char c)
 {
    switch (c) {
-   case '\b': return 'b';
-   case '\t': return 't';
-   case '\n': return 'n';
-   case '\f': return 'f';
-   case '\r': return 'r';
-   case '"': return '"';
-   case '\\': return '\\';
-   default: return 0;
+   case '\b':
+      return 'b';
+   case '\t':
+      return 't';
+   case '\n':
+      return 'n';
+   case '\f':
+      return 'f';
+   case '\r':
+      return 'r';
+   case '"':
+      return '"';
+   case '\\':
+      return '\\';
+   default:
+      return 0;
    }
 }
 
@@ -43,13 +51,15 @@ bool needsHexEscape(char c)
 
 char* skipBlanks(char* p)
 {
-   while (isBlank(*p)) ++p;
+   while (isBlank(*p))
+      ++p;
    return p;
 }
 
 char* parseValue(char* p);
 
-// Each parse function takes the first byte of its construct and returns the byte behind it, or null.
+// Each parse function takes the first byte of its construct and returns the byte behind it, or
+// null.
 
 char* parseString(char* p)
 {
@@ -68,19 +78,23 @@ char* parseString(char* p)
    return *p == '"' ? p + 1 : nullptr;
 }
 
-// Permissive: what stands in a status only has to be delimited rightly, so "-", "01" and "1e+" pass.
+// Permissive: what stands in a status only has to be delimited rightly, so "-", "01" and "1e+"
+// pass.
 char* parseNumber(char* p)
 {
    if (*p != '-' && !isDigit(*p)) return nullptr;
    ++p;
-   while (isDigit(*p)) ++p;
+   while (isDigit(*p))
+      ++p;
    if (*p == '.') {
       ++p;
-      while (isDigit(*p)) ++p;
+      while (isDigit(*p))
+         ++p;
    }
    if ((*p == 'e' || *p == 'E') && (p[1] == '+' || p[1] == '-' || isDigit(p[1]))) {
       p += 2;
-      while (isDigit(*p)) ++p;
+      while (isDigit(*p))
+         ++p;
    }
    return p;
 }
@@ -119,16 +133,21 @@ char* parseLiteral(char* p, const char* literal)
 char* parseValue(char* p)
 {
    switch (*p) {
-   case '"': return parseString(p);
+   case '"':
+      return parseString(p);
    case '{':
    case '[': {
       char* const end = parseContainer(p);
       return end ? end + 1 : nullptr;
    }
-   case 't': return parseLiteral(p, "true");
-   case 'f': return parseLiteral(p, "false");
-   case 'n': return parseLiteral(p, "null");
-   default: return parseNumber(p);
+   case 't':
+      return parseLiteral(p, "true");
+   case 'f':
+      return parseLiteral(p, "false");
+   case 'n':
+      return parseLiteral(p, "null");
+   default:
+      return parseNumber(p);
    }
 }
 
@@ -136,20 +155,24 @@ char* parseValue(char* p)
 bool isOnlyMember(const char* position)
 {
    switch (*position) {
-   case '\0': return true;
+   case '\0':
+      return true;
    case '}':
    case ']': {
       const char* before = position - 1;
-      while (isBlank(*before)) --before;
+      while (isBlank(*before))
+         --before;
       return *before == (*position == '}' ? '{' : '[');
    }
    case '{':
    case '[': {
       const char* behind = position + 1;
-      while (isBlank(*behind)) ++behind;
+      while (isBlank(*behind))
+         ++behind;
       return *behind == (*position == '{' ? '}' : ']');
    }
-   default: return false;
+   default:
+      return false;
    }
 }
 
@@ -174,7 +197,8 @@ char* appendNumber(char* position, const char* key, const char* digits)
 size_t quelerr_json_escapedLength(const char* text)
 {
    size_t length = 0;
-   for (; *text; ++text) length += shortEscape(*text) ? 2u : needsHexEscape(*text) ? 6u : 1u;
+   for (; *text; ++text)
+      length += shortEscape(*text) ? 2u : needsHexEscape(*text) ? 6u : 1u;
    return length;
 }
 
@@ -205,7 +229,8 @@ char* quelerr_json_makeRoom(char* position, size_t length)
 
    char* const terminator = position + std::strlen(position);
    size_t room = 0;
-   while (room < needed && terminator[1 + room] != kJsonSentinel) ++room;
+   while (room < needed && terminator[1 + room] != kJsonSentinel)
+      ++room;
    if (room < needed) return nullptr;
 
    std::memmove(position + needed, position, static_cast<size_t>(terminator - position) + 1);
@@ -222,7 +247,8 @@ size_t quelerr_json_freeRoom(const char* position)
 {
    const char* const first = position + std::strlen(position) + 1;
    const char* p = first;
-   while (*p != kJsonSentinel) ++p;
+   while (*p != kJsonSentinel)
+      ++p;
    return static_cast<size_t>(p - first);
 }
 

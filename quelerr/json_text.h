@@ -1,8 +1,8 @@
 // In-place surgery on a JSON text in a caller-owned buffer.
 //
-// The buffer holds the text, its NUL, zero bytes, and kJsonSentinel in its last byte. The room left is
-// what lies between the NUL and the sentinel, so a bare position is enough to find it. Nothing here
-// allocates.
+// The buffer holds the text, its NUL, zero bytes, and kJsonSentinel in its last byte. The room left
+// is what lies between the NUL and the sentinel, so a bare position is enough to find it. Nothing
+// here allocates.
 #ifndef QUELERR_JSON_TEXT_H
 #define QUELERR_JSON_TEXT_H
 
@@ -35,8 +35,9 @@ char* quelerr_json_findEnd(char* text);
 char* quelerr_json_appendInt(char* position, const char* key, int32_t value);
 char* quelerr_json_appendUint(char* position, const char* key, uint32_t value);
 
-// Lays text out in a buffer of capacity bytes; for null, keeps the text that is there and renews what
-// follows it. Returns the address of the text's last character, or null if the buffer is too small.
+// Lays text out in a buffer of capacity bytes; for null, keeps the text that is there and renews
+// what follows it. Returns the address of the text's last character, or null if the buffer is too
+// small.
 char* quelerr_json_resetBuffer(char* buffer, size_t capacity, const char* text);
 
 #endif

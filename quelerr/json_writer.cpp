@@ -22,8 +22,8 @@ quelerr_JsonWriter* addWhole(quelerr_JsonWriter* writer, Append append)
    return writer;
 }
 
-// Makes room for the key and a value of valueLength bytes and writes the key; returns where the value
-// goes.
+// Makes room for the key and a value of valueLength bytes and writes the key; returns where the
+// value goes.
 char* appendKey(char* position, const char* key, size_t valueLength)
 {
    const size_t keyLength = key ? quelerr_json_escapedLength(key) + 3 : 0;

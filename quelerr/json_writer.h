@@ -1,7 +1,7 @@
 // The cursor with which a reporter adds members to a status JSON.
 //
-// A member is written whole or not at all. Once a member has failed, position is null and every later
-// addition falls through, so a chain needs no tests. All operations return the writer.
+// A member is written whole or not at all. Once a member has failed, position is null and every
+// later addition falls through, so a chain needs no tests. All operations return the writer.
 #ifndef QUELERR_JSON_WRITER_H
 #define QUELERR_JSON_WRITER_H
 
