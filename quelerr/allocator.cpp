@@ -1,6 +1,6 @@
 #include "quelerr/allocator.h"
 
-#include "quelerr/status.h"
+#include "quelerr/report.h"
 
 #include <cstdlib>
 
@@ -9,7 +9,6 @@ namespace {
 // One site for all containers, so its line is a constant too.
 constexpr quelerr_Location kAllocationSite{"quelerr/Allocator", 33, "zerovaapi",
                                            "tamrixerr_memoryFull"};
-constexpr int32_t kMemoryFull = -52000;
 
 } // namespace
 
@@ -25,7 +24,7 @@ void quelerr_free(void* block)
 
 void quelerr_reportOutOfMemory(quelerr_Status* status)
 {
-   if (!quelerr_Status_setWithSite(status, kMemoryFull, kAllocationSite)) return;
+   if (!quelerr_Status_setWithSite(status, tamrixerr_memoryFull, kAllocationSite)) return;
    // Gives a text that could not be had a moment ago its second chance; it then is "{}".
    quelerr_JsonWriter unused;
    quelerr_Status_beginWriter(&unused, status);

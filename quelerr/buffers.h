@@ -27,8 +27,8 @@ struct quelerr_ByteSink
    quelerr_Status* status;
 };
 
-// Move what stands at offset and behind it up by count. Return the gap, which the caller fills and then
-// adds to length; null on failure, and for a gap of 0 in a buffer without memory.
+// Move what stands at offset and behind it up by count. Return the gap, which the caller fills and
+// then adds to length; null on failure, and for a gap of 0 in a buffer without memory.
 char* quelerr_ByteBuffer_makeGap(quelerr_ByteBuffer* buffer, size_t offset, size_t count,
                                  quelerr_Status* status);
 uint16_t* quelerr_WideBuffer_makeGap(quelerr_WideBuffer* buffer, size_t offset, size_t count,

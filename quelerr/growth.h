@@ -17,8 +17,8 @@ bool quelerr_holdsAddress(const Container* container, const Unit* address)
           before(address, container->data + container->length);
 }
 
-// Makes a terminated string able to hold wanted units. The test of the size comes before the test of
-// the status: what needs no memory is no failure.
+// Makes a terminated string able to hold wanted units. The test of the size comes before the test
+// of the status: what needs no memory is no failure.
 template <typename String>
 void quelerr_reserveUnits(String* string, size_t wanted, quelerr_Status* status)
 {
@@ -67,10 +67,10 @@ auto quelerr_openGap(Buffer* buffer, size_t offset, size_t count, quelerr_Status
       size_t capacity = buffer->capacity + buffer->capacity / 2;
       if (capacity < kLeastCapacity) capacity = kLeastCapacity;
       if (capacity < needed) capacity = needed;
-      auto* const data = capacity > SIZE_MAX / kUnitSize
-                            ? nullptr
-                            : static_cast<decltype(buffer->data)>(
-                                 quelerr_allocate(capacity * kUnitSize));
+      auto* const data =
+         capacity > SIZE_MAX / kUnitSize
+            ? nullptr
+            : static_cast<decltype(buffer->data)>(quelerr_allocate(capacity * kUnitSize));
       if (!data) {
          quelerr_reportOutOfMemory(status);
          return nullptr;

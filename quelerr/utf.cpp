@@ -123,7 +123,8 @@ void quelerr_utf16ToUtf8(const uint16_t* first, const uint16_t* last, quelerr_By
    forEachEncoded(first, last, sink.status, [=](const char* bytes, size_t count) {
       char* const gap = quelerr_ByteBuffer_makeGap(buffer, buffer->length, count, sink.status);
       if (!gap) return;
-      for (size_t i = 0; i < count; ++i) gap[i] = bytes[i];
+      for (size_t i = 0; i < count; ++i)
+         gap[i] = bytes[i];
       buffer->length += count;
    });
    if (sink.status->code < 0) buffer->length = lengthBefore;

@@ -1,8 +1,8 @@
 // Conversions between the forms of Unicode text.
 //
-// None of them judges its input: the sources are the operating system and the library's own texts. They
-// stay inside the range they are given whatever it holds. A conversion that runs out of memory leaves
-// its sink's container with the content it had.
+// None of them judges its input: the sources are the operating system and the library's own texts.
+// They stay inside the range they are given whatever it holds. A conversion that runs out of memory
+// leaves its sink's container with the content it had.
 #ifndef QUELERR_UTF_H
 #define QUELERR_UTF_H
 
