@@ -5,6 +5,7 @@
 #ifndef TORVIK_STDPATH_H
 #define TORVIK_STDPATH_H
 
+#include "quelerr/buffers.h"
 #include "quelerr/string.h"
 
 void torvik_getShared32Dir(quelerr_String* value, quelerr_Status* status);
@@ -13,6 +14,10 @@ void torvik_getCommonAppDataDir(quelerr_String* value, quelerr_Status* status);
 
 // Empty, and no failure, when the system has no folder for temporary files.
 void torvik_getTempDir(quelerr_String* value, quelerr_Status* status);
+
+// The path of the system's folder of that number (platform/standard_folders.h), in a block of 260
+// units that are zero behind it.
+void torvik_getFolderPath(int32_t folderId, quelerr_WideBuffer* value, quelerr_Status* status);
 
 // The name by which a path refers to a folder, without the "$".
 struct torvik_StandardVariable

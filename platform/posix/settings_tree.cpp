@@ -1,0 +1,204 @@
+// The settings tree as folders (keys) and files (values) below ZEROVA_REGISTRY_DIR. A file's
+// content is the value's text in UTF-8; one line feed at its end is the editor's and not the
+// value's.
+#include "platform/settings_tree.h"
+
+#include "platform/posix/unicode.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <cwctype>
+#include <dirent.h>
+#include <fcntl.h>
+#include <locale.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+constexpr const char* kRoot = ZEROVA_REGISTRY_DIR;
+constexpr const char* kRootOf32Bit = ZEROVA_REGISTRY_DIR "32";
+
+// No setting is as large. The bound keeps a stray huge file from filling the memory of the process.
+constexpr off_t kMostValueBytes = 16 * 1024 * 1024;
+
+// UTF-16 units of a name. A file name has at most NAME_MAX bytes, so a longer one names nothing.
+constexpr size_t kMostNameUnits = 255;
+
+struct Name
+{
+   const uint16_t* units;
+   size_t length;
+};
+
+uint32_t lastFailure()
+{
+   return static_cast<uint32_t>(errno);
+}
+
+// Upper case of one unit, as far as a unit alone has one.
+wint_t folded(uint16_t unit, locale_t characters)
+{
+   return characters ? towupper_l(unit, characters) : unit;
+}
+
+enum class Match
+{
+   none,
+   folded,
+   exact
+};
+
+Match compareName(const Name& name, const char* entry, locale_t characters)
+{
+   uint16_t units[kMostNameUnits];
+   Utf16Output output{units, kMostNameUnits, 0};
+   output.putUtf8(entry, entry + std::strlen(entry));
+   if (output.length != name.length) return Match::none;
+   if (std::memcmp(units, name.units, name.length * sizeof *units) == 0) return Match::exact;
+   for (size_t i = 0; i < name.length; ++i)
+      if (folded(units[i], characters) != folded(name.units[i], characters)) return Match::none;
+   return Match::folded;
+}
+
+bool isKind(int folder, const char* entry, mode_t kind)
+{
+   struct stat info;
+   return fstatat(folder, entry, &info, 0) == 0 && (info.st_mode & S_IFMT) == kind;
+}
+
+// Finds the entry of folder that is called name and is of kind, and copies its name on disk to
+// entry. Of several that differ in case alone, the one spelled as asked wins, then the first by its
+// bytes. As only what a listing shows can be found, a name such as ".." or "a/b" leads nowhere.
+uint32_t findEntry(int folder, const Name& name, mode_t kind, char (&entry)[NAME_MAX + 1])
+{
+   const int listed = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+   if (listed < 0) return lastFailure();
+   DIR* const listing = fdopendir(listed);
+   if (!listing) {
+      const uint32_t failure = lastFailure();
+      close(listed);
+      return failure;
+   }
+   const locale_t characters = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+   Match best = Match::none;
+   errno = 0;
+   while (const dirent* const next = readdir(listing)) {
+      const char* const candidate = next->d_name;
+      if (std::strcmp(candidate, ".") == 0 || std::strcmp(candidate, "..") == 0) continue;
+      const Match match = compareName(name, candidate, characters);
+      if (match < best || match == Match::none) continue;
+      if (match == best && std::strcmp(candidate, entry) > 0) continue;
+      if (!isKind(folder, candidate, kind)) continue;
+      std::strcpy(entry, candidate);
+      best = match;
+      errno = 0;
+   }
+   const uint32_t failure = lastFailure();
+   if (characters) freelocale(characters);
+   closedir(listing);
+   if (best != Match::none) return 0;
+   return failure ? failure : ENOENT;
+}
+
+// Opens the entry of folder that is called name and is of kind.
+uint32_t openEntry(int folder, const Name& name, mode_t kind, int flags, int* opened)
+{
+   char entry[NAME_MAX + 1] = "";
+   const uint32_t failure = findEntry(folder, name, kind, entry);
+   if (failure) return failure;
+   *opened = openat(folder, entry, flags | O_CLOEXEC);
+   return *opened < 0 ? lastFailure() : 0;
+}
+
+// Decodes the content of file into output, without the line feed at its end.
+uint32_t decodeFile(int file, Utf16Output* output)
+{
+   const auto put = [output](uint32_t codePoint) { output->putCodePoint(codePoint); };
+   Utf8Decoder decoder;
+   bool holdsLineFeed = false;
+   off_t total = 0;
+   for (;;) {
+      char chunk[4096];
+      const ssize_t count = read(file, chunk, sizeof chunk);
+      if (count < 0 && errno == EINTR) continue;
+      if (count < 0) return lastFailure();
+      if (count == 0) break;
+      total += count;
+      if (total > kMostValueBytes) return EFBIG;
+      for (ssize_t i = 0; i < count; ++i) {
+         // A line feed is held back until something follows it.
+         if (holdsLineFeed) decoder.feed('\n', put);
+         holdsLineFeed = chunk[i] == '\n';
+         if (!holdsLineFeed) decoder.feed(chunk[i], put);
+      }
+   }
+   decoder.finish(put);
+   return 0;
+}
+
+size_t lengthOf(const uint16_t* text)
+{
+   size_t length = 0;
+   while (text[length])
+      ++length;
+   return length;
+}
+
+} // namespace
+
+uint32_t openSettingsKey(const uint16_t* path, uint32_t access, SettingsKeyHandle* handle)
+{
+   int key =
+      open(access & kSettingsOf32Bit ? kRootOf32Bit : kRoot, O_PATH | O_DIRECTORY | O_CLOEXEC);
+   if (key < 0) return lastFailure();
+   const uint16_t* const end = path + lengthOf(path);
+   uint32_t failure = 0;
+   for (const uint16_t* first = path; failure == 0;) {
+      const uint16_t* last = first;
+      while (last != end && *last != '\\')
+         ++last;
+      int child = -1;
+      failure = openEntry(key, Name{first, static_cast<size_t>(last - first)}, S_IFDIR,
+                          O_PATH | O_DIRECTORY, &child);
+      close(key);
+      key = child;
+      if (last == end) break;
+      first = last + 1;
+   }
+   *handle = key;
+   return failure;
+}
+
+uint32_t readSettingsValue(SettingsKeyHandle key, const uint16_t* name, uint16_t* units,
+                           uint32_t* size)
+{
+   // Something else could take the file's place between the look and the opening: opened without
+   // blocking, not even a FIFO can hold the caller up, and what is no file is not read.
+   int file = -1;
+   uint32_t failure = openEntry(static_cast<int>(key), Name{name, lengthOf(name)}, S_IFREG,
+                                O_RDONLY | O_NONBLOCK | O_NOCTTY, &file);
+   if (failure) return failure;
+   struct stat info;
+   Utf16Output output{units, *size / sizeof *units, 0};
+   if (fstat(file, &info) != 0)
+      failure = lastFailure();
+   else if (!S_ISREG(info.st_mode))
+      failure = ENOENT;
+   else
+      failure = decodeFile(file, &output);
+   close(file);
+   if (failure) return failure;
+   *size = static_cast<uint32_t>(output.length * sizeof *units);
+   return output.length > output.capacity ? kMoreData : 0;
+}
+
+void closeSettingsKey(SettingsKeyHandle key)
+{
+   close(static_cast<int>(key));
+}
+
+} // namespace platform
