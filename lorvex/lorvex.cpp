@@ -17,8 +17,8 @@ void buildZerovaSettings()
    constexpr const char* kPieces[] = {
       R"({"lorvexlua_xlator":"dorvex","lorvexlua_settings":{"driverName":")",
       "zerova",
-      R"(","trvSharedErrorsDir":"$_trvShared32Dir/Errors")"
-      R"(,"AuxErrorsDir":"$_trvShared32Dir/Auxerrors"}})",
+      (R"(","trvSharedErrorsDir":"$_trvShared32Dir/Errors",)"
+       R"("AuxErrorsDir":"$_trvShared32Dir/Auxerrors"}})"),
    };
    for (const char* piece : kPieces)
       quelerr_String_appendText(&lorvex_zerovaSettings, piece, &loadStatus);
