@@ -1,0 +1,96 @@
+#include "support/failing_malloc.h"
+
+#include <cerrno>
+#include <cstdint>
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define UNDER_SANITIZER 1
+#endif
+#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define UNDER_SANITIZER 1
+#endif
+
+// The allocator that would have been called but for this file, under the name that it keeps.
+#ifdef UNDER_SANITIZER
+#define BEHIND(function) __interceptor_##function
+#else
+#define BEHIND(function) __libc_##function
+#endif
+
+extern "C" {
+void* BEHIND(malloc)(size_t size);
+void* BEHIND(calloc)(size_t count, size_t size);
+void* BEHIND(realloc)(void* block, size_t size);
+void* BEHIND(memalign)(size_t alignment, size_t size);
+}
+
+namespace {
+
+constexpr size_t kNever = SIZE_MAX;
+
+// Plain and constant-initialised, as malloc runs before anything else does.
+thread_local size_t failingIndex = kNever;
+thread_local bool failsBehind = false;
+thread_local size_t allocations = 0;
+
+bool mustFail()
+{
+   const size_t index = allocations++;
+   const bool fails =
+      index == failingIndex || (failsBehind && failingIndex != kNever && index > failingIndex);
+   if (fails) errno = ENOMEM;
+   return fails;
+}
+
+} // namespace
+
+extern "C" {
+
+void* malloc(size_t size)
+{
+   return mustFail() ? nullptr : BEHIND(malloc)(size);
+}
+
+void* calloc(size_t count, size_t size)
+{
+   return mustFail() ? nullptr : BEHIND(calloc)(count, size);
+}
+
+// Lets go of memory as the system's does: a size of 0 is no allocation and does not fail.
+void* realloc(void* block, size_t size)
+{
+   const bool releases = block && size == 0;
+   return !releases && mustFail() ? nullptr : BEHIND(realloc)(block, size);
+}
+
+void* aligned_alloc(size_t alignment, size_t size)
+{
+   return mustFail() ? nullptr : BEHIND(memalign)(alignment, size);
+}
+
+} // extern "C"
+
+FailingMalloc::FailingMalloc(size_t index, Then then)
+   : index_(index)
+{
+   allocations = 0;
+   failsBehind = then == Then::failAlways;
+   failingIndex = index;
+}
+
+FailingMalloc::~FailingMalloc()
+{
+   failingIndex = kNever;
+   failsBehind = false;
+}
+
+size_t FailingMalloc::count() const
+{
+   return allocations;
+}
+
+bool FailingMalloc::hasFailed() const
+{
+   return allocations > index_;
+}

@@ -1,0 +1,56 @@
+// Lets chosen allocations fail.
+//
+// A program that links zerova_failing_malloc has a malloc, calloc, realloc and aligned_alloc of its
+// own in front of the system's, for its own code and for every library that it loads; operator new
+// comes this way too, except under a sanitizer, which brings its own. Only the thread that holds a
+// FailingMalloc is affected. Assertions allocate, so make them when the object is gone.
+#ifndef TESTS_SUPPORT_FAILING_MALLOC_H
+#define TESTS_SUPPORT_FAILING_MALLOC_H
+
+#include <cstddef>
+
+class FailingMalloc
+{
+public:
+   enum class Then
+   {
+      succeed,
+      failAlways
+   };
+
+   // Fails the allocation number index of this thread, counted from 0 and from now on, and, if
+   // asked, all behind it. One object at a time in a thread.
+   explicit FailingMalloc(size_t index, Then then = Then::succeed);
+   FailingMalloc(const FailingMalloc&) = delete;
+   FailingMalloc& operator=(const FailingMalloc&) = delete;
+   ~FailingMalloc();
+
+   // Allocations of this thread since construction, failed ones included.
+   size_t count() const;
+   bool hasFailed() const;
+
+private:
+   const size_t index_;
+};
+
+// Runs attempt(index) with the first allocation failing, then with the second, and so on, until one
+// runs through without a failure. check(index) runs after each failed one, with memory to be had.
+// Returns the number of allocations of the last run.
+template <typename Attempt, typename Check>
+size_t forEachFailingAllocation(FailingMalloc::Then then, Attempt attempt, Check check)
+{
+   for (size_t index = 0;; ++index) {
+      size_t count = 0;
+      bool hasFailed = false;
+      {
+         FailingMalloc failing(index, then);
+         attempt(index);
+         count = failing.count();
+         hasFailed = failing.hasFailed();
+      }
+      if (!hasFailed) return count;
+      check(index);
+   }
+}
+
+#endif

@@ -1,0 +1,124 @@
+#include "support/failing_malloc.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <thread>
+
+namespace {
+
+// Through volatile pointers, so that no compiler leaves an allocation out.
+void* (*volatile allocate)(size_t) = std::malloc;
+void* (*volatile allocateZeroed)(size_t, size_t) = std::calloc;
+void* (*volatile reallocate)(void*, size_t) = std::realloc;
+void* (*volatile allocateAligned)(size_t, size_t) = std::aligned_alloc;
+
+bool succeeds()
+{
+   void* const block = allocate(16);
+   std::free(block);
+   return block != nullptr;
+}
+
+TEST(FailingMalloc, OnlyTheChosenAllocationFails)
+{
+   bool results[4];
+   {
+      FailingMalloc failing(2);
+      for (bool& result : results)
+         result = succeeds();
+   }
+   EXPECT_TRUE(results[0]);
+   EXPECT_TRUE(results[1]);
+   EXPECT_FALSE(results[2]);
+   EXPECT_TRUE(results[3]);
+}
+
+TEST(FailingMalloc, AllBehindTheChosenOneFailIfAsked)
+{
+   bool results[4];
+   {
+      FailingMalloc failing(1, FailingMalloc::Then::failAlways);
+      for (bool& result : results)
+         result = succeeds();
+   }
+   EXPECT_TRUE(results[0]);
+   EXPECT_FALSE(results[1]);
+   EXPECT_FALSE(results[2]);
+   EXPECT_FALSE(results[3]);
+}
+
+TEST(FailingMalloc, EveryKindOfAllocationCountsAndFails)
+{
+   void* blocks[4];
+   size_t count;
+   {
+      FailingMalloc failing(0, FailingMalloc::Then::failAlways);
+      blocks[0] = allocate(8);
+      blocks[1] = allocateZeroed(1, 8);
+      blocks[2] = reallocate(nullptr, 8);
+      blocks[3] = allocateAligned(64, 64);
+      count = failing.count();
+   }
+   for (void* block : blocks)
+      EXPECT_EQ(block, nullptr);
+   EXPECT_EQ(count, 4u);
+}
+
+TEST(FailingMalloc, FailedReallocLeavesTheBlock)
+{
+   char* const block = static_cast<char*>(allocate(1));
+   ASSERT_NE(block, nullptr);
+   *block = 'x';
+   void* larger;
+   {
+      FailingMalloc failing(0);
+      larger = reallocate(block, 4096);
+   }
+   EXPECT_EQ(larger, nullptr);
+   EXPECT_EQ(*block, 'x');
+   std::free(block);
+}
+
+TEST(FailingMalloc, OtherThreadsAreLeftAlone)
+{
+   std::atomic<bool> mayStart = false;
+   bool result = false;
+   std::thread other([&] {
+      mayStart.wait(false);
+      result = succeeds();
+   });
+   {
+      FailingMalloc failing(0, FailingMalloc::Then::failAlways);
+      mayStart = true;
+      mayStart.notify_one();
+      other.join();
+   }
+   EXPECT_TRUE(result);
+}
+
+TEST(FailingMalloc, NothingFailsOnceTheObjectIsGone)
+{
+   {
+      FailingMalloc failing(0, FailingMalloc::Then::failAlways);
+   }
+   EXPECT_TRUE(succeeds());
+}
+
+TEST(FailingMalloc, WalkFailsEachAllocationOnceAndReturnsTheirNumber)
+{
+   int failures = 0;
+   const size_t count = forEachFailingAllocation(
+      FailingMalloc::Then::succeed,
+      [](size_t) {
+         succeeds();
+         succeeds();
+         succeeds();
+      },
+      [&](size_t) { ++failures; });
+   EXPECT_EQ(count, 3u);
+   EXPECT_EQ(failures, 3);
+}
+
+} // namespace
