@@ -1,0 +1,81 @@
+#!/usr/bin/env python3
+"""Writes what Windows makes of every sequence of one and of two bytes in each code page.
+
+The source is Python's own codecs, which share nothing with the system's iconv, and below it the list of
+what Windows does otherwise when it is told to refuse invalid characters.
+
+Output, for the pages in the order of PAGES: a record for each of the 256 single bytes, then one for
+each of the 65536 pairs. A record is three 16-bit little-endian numbers: how many UTF-16 units the
+sequence becomes (0: it is refused) and the units.
+"""
+import struct
+import sys
+
+
+def without_delete(first, last):
+    return [trail for trail in range(first, last + 1) if trail != 0x7F]
+
+
+def user_defined(leads, trails, first_unit):
+    sequences = [bytes([lead, trail]) for lead in leads for trail in trails]
+    return {sequence: first_unit + i for i, sequence in enumerate(sequences)}
+
+
+# Page, Python's codec, and what Windows does otherwise: None for a refusal.
+PAGES = [
+    (1252, "cp1252", {bytes([b]): b for b in (0x81, 0x8D, 0x8F, 0x90, 0x9D)}),
+    # Windows has these four bytes in the private use area, and refuses single bytes from there.
+    (932, "cp932", {bytes([b]): None for b in (0xA0, 0xFD, 0xFE, 0xFF)}),
+    (949, "cp949", {
+        b"\x80": 0x80,
+        **user_defined([0xC9], without_delete(0xA1, 0xFE), 0xE000),
+        **user_defined([0xFE], without_delete(0xA1, 0xFE), 0xE000 + 94),
+    }),
+    (936, "gbk", {
+        b"\x80": 0x20AC,
+        **user_defined(range(0xAA, 0xB0), without_delete(0xA1, 0xFE), 0xE000),
+        **user_defined(range(0xF8, 0xFF), without_delete(0xA1, 0xFE), 0xE000 + 6 * 94),
+        **user_defined(range(0xA1, 0xA8), without_delete(0x40, 0xA0), 0xE000 + 13 * 94),
+    }),
+]
+
+
+def codec_unit(codec, sequence):
+    try:
+        text = sequence.decode(codec)
+    except UnicodeDecodeError:
+        return None
+    return ord(text) if len(text) == 1 else None
+
+
+def unit(codec, differences, sequence):
+    if sequence in differences:
+        return differences[sequence]
+    return codec_unit(codec, sequence)
+
+
+def record(units):
+    padded = (list(units) + [0, 0])[:2]
+    return struct.pack("<3H", len(units), *padded)
+
+
+def main(path):
+    with open(path, "wb") as output:
+        for _, codec, differences in PAGES:
+            singles = [unit(codec, differences, bytes([b])) for b in range(256)]
+            for value in singles:
+                output.write(record([] if value is None else [value]))
+            for first in range(256):
+                for second in range(256):
+                    if singles[first] is None:
+                        value = unit(codec, differences, bytes([first, second]))
+                        units = [] if value is None else [value]
+                    elif singles[second] is None:
+                        units = []
+                    else:
+                        units = [singles[first], singles[second]]
+                    output.write(record(units))
+
+
+if __name__ == "__main__":
+    main(sys.argv[1])
