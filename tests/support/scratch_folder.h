@@ -1,0 +1,52 @@
+#ifndef TESTS_SUPPORT_SCRATCH_FOLDER_H
+#define TESTS_SUPPORT_SCRATCH_FOLDER_H
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+// A folder of its own in the system's temporary folder, gone with all it holds at the end of the test.
+class ScratchFolder
+{
+public:
+   ScratchFolder()
+      : path_((std::filesystem::temp_directory_path() / "zerova-XXXXXX").string())
+   {
+      if (!mkdtemp(path_.data())) throw std::runtime_error("cannot make the folder " + path_);
+   }
+   ~ScratchFolder()
+   {
+      std::error_code ignored;
+      std::filesystem::remove_all(path_, ignored);
+   }
+   ScratchFolder(const ScratchFolder&) = delete;
+   ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+   const std::string& path() const { return path_; }
+   std::string path(const std::string& name) const { return path_ + "/" + name; }
+
+   // Makes a folder, with those above it, and returns its path.
+   std::string makeFolder(const std::string& name) const
+   {
+      std::filesystem::create_directories(path(name));
+      return path(name);
+   }
+
+   // Makes a file, with the folders above it, and returns its path.
+   std::string write(const std::string& name, const std::string& content) const
+   {
+      std::filesystem::create_directories(std::filesystem::path(path(name)).parent_path());
+      std::ofstream file(path(name), std::ios::binary);
+      file << content;
+      file.close();
+      if (!file) throw std::runtime_error("cannot write " + path(name));
+      return path(name);
+   }
+
+private:
+   std::string path_;
+};
+
+#endif

@@ -1,0 +1,235 @@
+#include "platform/text_file.h"
+
+#include "support/scratch_folder.h"
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <string>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// The lines of a file, as they come into a buffer of size bytes. A byte behind the buffer guards it.
+std::vector<std::string> readLines(const std::string& path, size_t size = 1024)
+{
+   platform::TextFile file{};
+   const int failure = platform::openTextFile(path.c_str(), &file);
+   EXPECT_EQ(failure, 0) << path;
+   std::vector<std::string> lines;
+   if (failure) return lines;
+   std::vector<char> buffer(size + 1, '#');
+   while (platform::readLine(&file, buffer.data(), size))
+      lines.emplace_back(buffer.data());
+   EXPECT_EQ(buffer[size], '#');
+   platform::closeTextFile(&file);
+   return lines;
+}
+
+// The number of the failure to open path, 0 for success.
+int openFailure(const std::string& path)
+{
+   platform::TextFile file{};
+   const int failure = platform::openTextFile(path.c_str(), &file);
+   if (!failure) platform::closeTextFile(&file);
+   return failure;
+}
+
+} // namespace
+
+TEST(TextFile, LinesKeepTheirLineFeedsAndCarriageReturns)
+{
+   const ScratchFolder folder;
+   const std::string path = folder.write("a.txt", "one\ntwo\r\n\nlast");
+   EXPECT_THAT(readLines(path), ElementsAre("one\n", "two\r\n", "\n", "last"));
+}
+
+TEST(TextFile, ALineLongerThanTheBufferComesInPieces)
+{
+   const ScratchFolder folder;
+   const std::string path = folder.write("a.txt", std::string(3000, 'x') + "\nend\n");
+   EXPECT_THAT(readLines(path),
+               ElementsAre(std::string(1023, 'x'), std::string(1023, 'x'),
+                           std::string(954, 'x') + "\n", "end\n"));
+}
+
+TEST(TextFile, ALineThatFillsTheBufferLeavesItsLineFeedForTheNextPiece)
+{
+   const ScratchFolder folder;
+   const std::string path = folder.write("a.txt", "1234567\n123456\n");
+   EXPECT_THAT(readLines(path, 8), ElementsAre("1234567", "\n", "123456\n"));
+}
+
+TEST(TextFile, AnEmptyFileHasNoLines)
+{
+   const ScratchFolder folder;
+   EXPECT_THAT(readLines(folder.write("a.txt", "")), IsEmpty());
+}
+
+TEST(TextFile, BackslashesSeparateLikeSlashes)
+{
+   const ScratchFolder folder;
+   folder.write("a/b/c.txt", "found");
+   EXPECT_THAT(readLines(folder.path() + "\\a/b\\c.txt"), ElementsAre("found"));
+   EXPECT_THAT(readLines(folder.path() + "\\\\a\\\\b//c.txt"), ElementsAre("found"));
+}
+
+TEST(TextFile, ComponentsAreFoundWithoutRegardToCase)
+{
+   const ScratchFolder folder;
+   folder.write("Errors/English/Codes.TXT", "found");
+   EXPECT_THAT(readLines(folder.path() + "\\errors\\ENGLISH\\codes.txt"), ElementsAre("found"));
+   EXPECT_THAT(readLines(folder.path() + "//errors//ENGLISH//.//codes.txt"), ElementsAre("found"));
+}
+
+TEST(TextFile, TheComponentOfThatVeryNameIsPreferred)
+{
+   const ScratchFolder folder;
+   folder.write("ERRORS/a.txt", "upper");
+   folder.write("errors/a.txt", "lower");
+   EXPECT_THAT(readLines(folder.path("errors/A.TXT")), ElementsAre("lower"));
+   EXPECT_THAT(readLines(folder.path("ERRORS/A.TXT")), ElementsAre("upper"));
+}
+
+TEST(TextFile, OfSeveralNamesThatDifferInCaseTheFirstByBytesIsTaken)
+{
+   const ScratchFolder folder;
+   for (const char* name : {"errors", "Errors", "eRRORS", "ERRors"})
+      folder.write(std::string(name) + "/a.txt", name);
+   EXPECT_THAT(readLines(folder.path("ERRORS/a.txt")), ElementsAre("ERRors"));
+}
+
+TEST(TextFile, AComponentThatWasFoundIsKept)
+{
+   const ScratchFolder folder;
+   folder.makeFolder("errors");
+   folder.write("Errors/a.txt", "not there");
+   EXPECT_EQ(openFailure(folder.path("errors/a.txt")), ENOENT);
+}
+
+TEST(TextFile, OnlyTheCaseOfAsciiLettersIsDisregarded)
+{
+   const ScratchFolder folder;
+   folder.write("\xC3\x89[/a.txt", "found"); // E with an acute accent
+   EXPECT_EQ(openFailure(folder.path("\xC3\xA9[/a.txt")), ENOENT);
+   EXPECT_EQ(openFailure(folder.path("\xC3\x89{/a.txt")), ENOENT);
+   EXPECT_EQ(openFailure(folder.path("\xC3\x89[/A.txt")), 0);
+}
+
+TEST(TextFile, ANameThatIsNotUtf8IsFound)
+{
+   const ScratchFolder folder;
+   EXPECT_THAT(readLines(folder.write("\xFF\xFE.txt", "found")), ElementsAre("found"));
+}
+
+TEST(TextFile, RelativePathsStartAtTheWorkingFolder)
+{
+   const ScratchFolder folder;
+   folder.write("Sub/a.txt", "found");
+   const std::string before = std::filesystem::current_path().string();
+   ASSERT_EQ(chdir(folder.path().c_str()), 0);
+   EXPECT_EQ(openFailure("sub\\A.TXT"), 0);
+   EXPECT_EQ(openFailure(".\\sub\\..\\sub\\A.TXT"), 0);
+   ASSERT_EQ(chdir(before.c_str()), 0);
+}
+
+TEST(TextFile, WhatIsMissingIsTheSystemsFailure)
+{
+   const ScratchFolder folder;
+   folder.write("a.txt", "");
+   EXPECT_EQ(openFailure(folder.path("b.txt")), ENOENT);
+   EXPECT_EQ(openFailure(folder.path("b/a.txt")), ENOENT);
+   EXPECT_EQ(openFailure(folder.path("a.txt/b.txt")), ENOTDIR);
+   EXPECT_EQ(openFailure(""), ENOENT);
+   EXPECT_EQ(openFailure(folder.path(std::string(PATH_MAX, 'x'))), ENAMETOOLONG);
+   EXPECT_EQ(openFailure(folder.path(std::string(NAME_MAX + 1, 'x'))), ENAMETOOLONG);
+}
+
+TEST(TextFile, AFolderIsRefused)
+{
+   const ScratchFolder folder;
+   EXPECT_EQ(openFailure(folder.makeFolder("x.txt")), EISDIR);
+}
+
+TEST(TextFile, AFifoIsRefusedWithoutWaitingAndWithoutItsWriterNoticing)
+{
+   const ScratchFolder folder;
+   const std::string path = folder.path("x.txt");
+   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+   EXPECT_EQ(openFailure(path), EINVAL);
+   // Opening for writing succeeds only while a reader has the FIFO open.
+   EXPECT_EQ(open(path.c_str(), O_WRONLY | O_NONBLOCK), -1);
+   EXPECT_EQ(errno, ENXIO);
+}
+
+TEST(TextFile, ASocketAndADeviceAreRefused)
+{
+   const ScratchFolder folder;
+   sockaddr_un address{};
+   address.sun_family = AF_UNIX;
+   folder.path("s.txt").copy(address.sun_path, sizeof address.sun_path - 1);
+   const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+   ASSERT_EQ(bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+   EXPECT_EQ(openFailure(folder.path("s.txt")), EINVAL);
+   EXPECT_EQ(openFailure("/dev/null"), EINVAL);
+   close(socket);
+}
+
+TEST(TextFile, ALinkLeadsToItsFileAndALinkToNothingIsMissing)
+{
+   const ScratchFolder folder;
+   folder.write("a.txt", "found");
+   ASSERT_EQ(symlink("a.txt", folder.path("link.txt").c_str()), 0);
+   ASSERT_EQ(symlink("nothing", folder.path("dangling.txt").c_str()), 0);
+   folder.write("DANGLING.txt", "another");
+   EXPECT_THAT(readLines(folder.path("link.txt")), ElementsAre("found"));
+   EXPECT_EQ(openFailure(folder.path("dangling.txt")), ENOENT);
+}
+
+TEST(TextFile, AProgramThatIsStartedMeanwhileDoesNotInheritIt)
+{
+   const ScratchFolder folder;
+   const std::string path = folder.write("a.txt", "");
+   const int next = dup(0);
+   close(next);
+   platform::TextFile file{};
+   ASSERT_EQ(platform::openTextFile(path.c_str(), &file), 0);
+   EXPECT_EQ(fcntl(next, F_GETFD), FD_CLOEXEC);
+   platform::closeTextFile(&file);
+   EXPECT_EQ(fcntl(next, F_GETFD), -1) << "the file was not closed";
+}
+
+TEST(TextFile, AFileThatAFifoKeepsReplacingNeverMakesAnOpenWait)
+{
+   const ScratchFolder folder;
+   const std::string path = folder.write("a.txt", "text");
+   ASSERT_EQ(mkfifo(folder.path("fifo").c_str(), 0600), 0);
+   ASSERT_EQ(rename(path.c_str(), folder.path("file").c_str()), 0);
+   ASSERT_EQ(symlink("file", path.c_str()), 0);
+   std::atomic<bool> isOver = false;
+   std::thread replacing([&] {
+      for (unsigned i = 0; !isOver; ++i) {
+         if (symlink(i % 2 ? "file" : "fifo", folder.path("next").c_str()) == 0)
+            rename(folder.path("next").c_str(), path.c_str());
+      }
+   });
+   int opened = 0;
+   int refused = 0;
+   while (opened < 100 || refused < 100) {
+      const int failure = openFailure(path);
+      ASSERT_TRUE(failure == 0 || failure == EINVAL) << failure;
+      (failure ? refused : opened) += 1;
+   }
+   isOver = true;
+   replacing.join();
+}
