@@ -12,8 +12,8 @@
 
 namespace zerova {
 
-// Built whole and destroyed whole, in the reverse order of the fields. It closes nothing itself: the
-// transport closes in its destructor, when its last reference falls.
+// Built whole and destroyed whole, in the reverse order of the fields. It closes nothing itself:
+// the transport closes in its destructor, when its last reference falls.
 struct ClientSession
 {
    std::shared_ptr<apache::thrift::transport::TTransport> transport; // a TPipe or a TSocket
@@ -22,8 +22,8 @@ struct ClientSession
    APIv1Client client;
 };
 
-// Builds a stack and opens its transport: TCP to host at the port that the host's locator names, or the
-// local pipe pipeName when host is empty. Throws what the transport throws.
+// Builds a stack and opens its transport: TCP to host at the port that the host's locator names, or
+// the local pipe pipeName when host is empty. Throws what the transport throws.
 std::unique_ptr<ClientSession> openClientSession(const std::string& pipeName,
                                                  const std::string& host);
 

@@ -1,0 +1,64 @@
+#include "transport/client_session.h"
+
+#include "transport/client_protocol.h"
+#include "transport/locator_client.h"
+#include "transport/pipe_transport.h"
+#include "transport/socket_calls.h"
+
+#include <thrift/Thrift.h>
+#include <thrift/transport/TSocket.h>
+
+namespace zerova {
+
+using apache::thrift::transport::TPipe;
+using apache::thrift::transport::TSocket;
+using apache::thrift::transport::TTransport;
+
+namespace {
+
+constexpr const char* kServicePath = "Trevanta/Zerova";
+
+// Thrift's output is one for the process, so a host that uses Thrift as well loses its own; a load
+// of the library alone, and a host that only translates messages, must not cost it that. Nothing of
+// ours can write a message before the first session begins, and afterwards the host's choice
+// stands.
+void silenceThriftOnce()
+{
+   static const bool silent = [] {
+      apache::thrift::GlobalOutput.setOutputFunction([](const char*) {});
+      return true;
+   }();
+   static_cast<void>(silent);
+}
+
+// 0 if there is no port to be had: the connection then fails by itself.
+int findServicePort(const std::string& host)
+{
+   if (!sockInit()) return 0;
+   const int port = lookupServicePort(host.c_str(), kServicePath);
+   sockShutdown();
+   return port;
+}
+
+std::shared_ptr<TTransport> makeTransport(const std::string& pipeName, const std::string& host)
+{
+   if (host.empty()) return std::make_shared<TPipe>(pipeName);
+   return std::make_shared<TSocket>(host, findServicePort(host));
+}
+
+} // namespace
+
+std::unique_ptr<ClientSession> openClientSession(const std::string& pipeName,
+                                                 const std::string& host)
+{
+   silenceThriftOnce();
+   const std::shared_ptr<TTransport> transport = makeTransport(pipeName, host);
+   const auto framed = std::make_shared<ClientFraming>(transport);
+   const auto protocol = std::make_shared<ClientProtocol>(framed);
+   std::unique_ptr<ClientSession> session(
+      new ClientSession{transport, framed, protocol, APIv1Client(protocol)});
+   transport->open();
+   return session;
+}
+
+} // namespace zerova
