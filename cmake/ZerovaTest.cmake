@@ -1,25 +1,38 @@
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
-# zerova_add_test(name [EXPORTS] [LOCAL_ENDPOINT] SOURCES a.cpp... [LIBRARIES lib...])
+# zerova_add_test(name [EXPORTS | LOADS_LIBRARY] [LOCAL_ENDPOINT | REGISTRY]
+#    SOURCES a.cpp... [LIBRARIES lib...])
 #
 # One test program, each of its tests known to CTest by its own name.
 # EXPORTS: link the built shared library and nothing of its inside; otherwise link the objects.
+# LOADS_LIBRARY: link nothing of ours; the program loads the library at ZEROVAAPI_LIBRARY itself.
 # LOCAL_ENDPOINT: the tests bind the service's local endpoints, of which the build has one set, so
 # they take turns.
+# REGISTRY: the same for tests that write into the build's settings tree.
 function(zerova_add_test name)
-   cmake_parse_arguments(ARG "EXPORTS;LOCAL_ENDPOINT" "" "SOURCES;LIBRARIES" ${ARGN})
+   cmake_parse_arguments(ARG "EXPORTS;LOADS_LIBRARY;LOCAL_ENDPOINT;REGISTRY" ""
+      "SOURCES;LIBRARIES" ${ARGN})
    add_executable(${name} ${ARG_SOURCES})
    target_link_libraries(${name} PRIVATE zerova_flags zerova_folders ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main)
    if(ARG_EXPORTS)
       target_link_libraries(${name} PRIVATE zerovaapi)
+   elseif(ARG_LOADS_LIBRARY)
+      add_dependencies(${name} zerovaapi)
+      target_compile_definitions(${name} PRIVATE ZEROVAAPI_LIBRARY="$<TARGET_FILE:zerovaapi>")
+      target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/include")
+      target_link_libraries(${name} PRIVATE ${CMAKE_DL_LIBS})
    else()
       target_link_libraries(${name} PRIVATE
          zerovaapi_objects $<TARGET_OBJECTS:zerova_interface>)
    endif()
    target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
    set(properties TIMEOUT 120)
-   if(ARG_LOCAL_ENDPOINT)
+   if(ARG_LOCAL_ENDPOINT AND ARG_REGISTRY)
+      message(FATAL_ERROR "${name}: split the tests of the endpoints from those of the settings")
+   elseif(ARG_REGISTRY)
+      list(APPEND properties RESOURCE_LOCK registry)
+   elseif(ARG_LOCAL_ENDPOINT)
       list(APPEND properties RESOURCE_LOCK local_endpoint)
    endif()
    gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST

@@ -8,10 +8,8 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <cwctype>
 #include <dirent.h>
 #include <fcntl.h>
-#include <locale.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -39,10 +37,9 @@ uint32_t lastFailure()
    return static_cast<uint32_t>(errno);
 }
 
-// Upper case of one unit, as far as a unit alone has one.
-wint_t folded(uint16_t unit, locale_t characters)
+uint16_t folded(uint16_t unit)
 {
-   return characters ? towupper_l(unit, characters) : unit;
+   return unit >= 'A' && unit <= 'Z' ? static_cast<uint16_t>(unit | 0x20) : unit;
 }
 
 enum class Match
@@ -52,7 +49,7 @@ enum class Match
    exact
 };
 
-Match compareName(const Name& name, const char* entry, locale_t characters)
+Match compareName(const Name& name, const char* entry)
 {
    uint16_t units[kMostNameUnits];
    Utf16Output output{units, kMostNameUnits, 0};
@@ -60,7 +57,7 @@ Match compareName(const Name& name, const char* entry, locale_t characters)
    if (output.length != name.length) return Match::none;
    if (std::memcmp(units, name.units, name.length * sizeof *units) == 0) return Match::exact;
    for (size_t i = 0; i < name.length; ++i)
-      if (folded(units[i], characters) != folded(name.units[i], characters)) return Match::none;
+      if (folded(units[i]) != folded(name.units[i])) return Match::none;
    return Match::folded;
 }
 
@@ -68,6 +65,20 @@ bool isKind(int folder, const char* entry, mode_t kind)
 {
    struct stat info;
    return fstatat(folder, entry, &info, 0) == 0 && (info.st_mode & S_IFMT) == kind;
+}
+
+// The next entry of a listing that has a name of its own, or null at the end or on failure.
+const char* nextName(DIR* listing)
+{
+   for (;;) {
+      errno = 0;
+      const dirent* const next = readdir(listing);
+      if (!next) return nullptr;
+      const char* const name = next->d_name;
+      if (std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0 &&
+          std::strlen(name) <= NAME_MAX)
+         return name;
+   }
 }
 
 // Finds the entry of folder that is called name and is of kind, and copies its name on disk to
@@ -83,25 +94,22 @@ uint32_t findEntry(int folder, const Name& name, mode_t kind, char (&entry)[NAME
       close(listed);
       return failure;
    }
-   const locale_t characters = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+   uint32_t failure = 0;
    Match best = Match::none;
-   errno = 0;
-   while (const dirent* const next = readdir(listing)) {
-      const char* const candidate = next->d_name;
-      if (std::strcmp(candidate, ".") == 0 || std::strcmp(candidate, "..") == 0) continue;
-      const Match match = compareName(name, candidate, characters);
-      if (match < best || match == Match::none) continue;
-      if (match == best && std::strcmp(candidate, entry) > 0) continue;
-      if (!isKind(folder, candidate, kind)) continue;
+   while (failure == 0) {
+      const char* const candidate = nextName(listing);
+      if (!candidate) {
+         failure = lastFailure();
+         break;
+      }
+      const Match match = compareName(name, candidate);
+      const bool isBetter = match > best || (match == best && std::strcmp(candidate, entry) < 0);
+      if (match == Match::none || !isBetter || !isKind(folder, candidate, kind)) continue;
       std::strcpy(entry, candidate);
       best = match;
-      errno = 0;
    }
-   const uint32_t failure = lastFailure();
-   if (characters) freelocale(characters);
    closedir(listing);
-   if (best != Match::none) return 0;
-   return failure ? failure : ENOENT;
+   return failure == 0 && best == Match::none ? ENOENT : failure;
 }
 
 // Opens the entry of folder that is called name and is of kind.

@@ -1,0 +1,40 @@
+// Writes into the settings tree of the build and takes back, at the end, all that it wrote.
+//
+// The tree is one for all tests: give a program that writes into it the REGISTRY option, so that
+// its tests take turns with the others.
+#ifndef TESTS_SUPPORT_SETTINGS_TREE_H
+#define TESTS_SUPPORT_SETTINGS_TREE_H
+
+#include <filesystem>
+#include <string_view>
+#include <vector>
+
+class SettingsTree
+{
+public:
+   enum class View
+   {
+      native,
+      of32Bit
+   };
+
+   SettingsTree() = default;
+   SettingsTree(const SettingsTree&) = delete;
+   SettingsTree& operator=(const SettingsTree&) = delete;
+   ~SettingsTree();
+
+   // Makes the folder of a key, its names divided by "/", and returns its path.
+   std::filesystem::path addKey(View view, std::string_view key);
+
+   // Writes content to the file of a value and returns its path. The key is made as well.
+   std::filesystem::path addValue(View view, std::string_view key, std::string_view name,
+                                  std::string_view content);
+
+   // Notes that the test itself has put something at path, a FIFO or a link, to be removed.
+   void adopt(const std::filesystem::path& path);
+
+private:
+   std::vector<std::filesystem::path> made_;
+};
+
+#endif
