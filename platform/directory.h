@@ -26,8 +26,8 @@ struct DirectoryEntry
 // failure.
 int openDirectory(const char* path, Directory* directory);
 
-// Reads the next entry, the folder itself and its parent included, in the order that the file system
-// gives. false: the listing is at its end, or the system failed.
+// Reads the next entry, the folder itself and its parent included, in the order that the file
+// system gives. false: the listing is at its end, or the system failed.
 bool readEntry(Directory* directory, DirectoryEntry* entry);
 
 // Opens the file that the listing calls name, as openTextFile does.

@@ -24,8 +24,8 @@ constexpr unsigned kFirstTrail = 0x40; // of any page
 constexpr unsigned kDelete = 0x7F;     // no page has it as a trail byte
 constexpr uint16_t kRefused = 0;       // no sequence but the byte 0 becomes the unit 0
 
-// What Windows maps and iconv does not: the sequences of a lead byte firstLead to lastLead and a trail
-// byte firstTrail to lastTrail, without kDelete, to consecutive units. A lead of 0 is no byte.
+// What Windows maps and iconv does not: the sequences of a lead byte firstLead to lastLead and a
+// trail byte firstTrail to lastTrail, without kDelete, to consecutive units. A lead of 0 is none.
 struct Correction
 {
    unsigned firstLead, lastLead;
@@ -55,8 +55,8 @@ constexpr Correction kChineseCorrections[] = {
    {0xA1, 0xA7, 0x40, 0xA0, 0xE4C6},
 };
 
-// The unit of every sequence of one page. Threads that meet an unfilled table each fill it: they write
-// the same values, so none has to wait for another.
+// The unit of every sequence of one page. Threads that meet an unfilled table each fill it: they
+// write the same values, so none has to wait for another.
 using Units = std::atomic<uint16_t>;
 struct Table
 {
@@ -171,8 +171,8 @@ bool decode(const Table& table, const char* text, size_t length, Write write)
    return true;
 }
 
-// Hands the units of text, in the code set of the process's locale, to write in blocks. False if the
-// text is refused.
+// Hands the units of text, in the code set of the process's locale, to write in blocks. False if
+// the text is refused.
 template <typename Write>
 bool decodeCurrent(const char* text, size_t length, Write write)
 {

@@ -15,7 +15,7 @@ namespace {
 // What opens a folder to look further in it; the right to list it is not needed.
 constexpr int kPassFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
 constexpr int kListFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-// Non-blocking for the FIFO that has taken the place of a regular file; it does nothing to the latter.
+// Non-blocking for the FIFO that has taken the place of a regular file, which it does nothing to.
 constexpr int kReadFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 unsigned char folded(char c)

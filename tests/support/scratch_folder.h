@@ -7,7 +7,8 @@
 #include <stdexcept>
 #include <string>
 
-// A folder of its own in the system's temporary folder, gone with all it holds at the end of the test.
+// A folder of its own in the system's temporary folder, gone with all it holds at the end of the
+// test.
 class ScratchFolder
 {
 public:

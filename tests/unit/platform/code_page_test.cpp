@@ -103,8 +103,7 @@ TEST(CodePage, EveryOneAndTwoByteSequenceIsWhatWindowsMakesOfIt)
 
 TEST(CodePage1252, BytesWithoutACharacterAreControls)
 {
-   EXPECT_THAT(convert(1252, "\x81\x8D\x8F\x90\x9D"),
-               ElementsAre(0x81, 0x8D, 0x8F, 0x90, 0x9D));
+   EXPECT_THAT(convert(1252, "\x81\x8D\x8F\x90\x9D"), ElementsAre(0x81, 0x8D, 0x8F, 0x90, 0x9D));
 }
 
 TEST(CodePage1252, BytesAboveAsciiHaveTheirCharacters)
@@ -136,10 +135,10 @@ TEST(CodePage932, HalfWidthKatakanaAreSingleBytes)
 
 TEST(CodePage932, SymbolsAreThoseOfWindowsAndNotOfTheStandard)
 {
-   EXPECT_THAT(convert(932, "\x81\x50\x81\x5C\x81\x5F\x81\x60\x81\x61\x81\x7C\x81\x8F\x81\x91"
-                            "\x81\x92\x81\xCA"),
-               ElementsAre(0xFFE3, 0x2015, 0xFF3C, 0xFF5E, 0x2225, 0xFF0D, 0xFFE5, 0xFFE0,
-                           0xFFE1, 0xFFE2));
+   EXPECT_THAT(
+      convert(932, "\x81\x50\x81\x5C\x81\x5F\x81\x60\x81\x61\x81\x7C\x81\x8F\x81\x91"
+                   "\x81\x92\x81\xCA"),
+      ElementsAre(0xFFE3, 0x2015, 0xFF3C, 0xFF5E, 0x2225, 0xFF0D, 0xFFE5, 0xFFE0, 0xFFE1, 0xFFE2));
 }
 
 TEST(CodePage932, RepeatedCharactersOfTheMakersAreMapped)
@@ -209,19 +208,18 @@ TEST(CodePage936, IdeographsAreMapped)
 
 TEST(CodePage936, UserDefinedCharactersAreThePrivateUseArea)
 {
-   EXPECT_THAT(convert(936, "\xAA\xA1\xAF\xFE\xF8\xA1\xFE\xFE\xA1\x40\xA1\x7E\xA1\x80\xA1\xA0"
-                            "\xA2\x40\xA7\xA0"),
-               ElementsAre(0xE000, 0xE233, 0xE234, 0xE4C5, 0xE4C6, 0xE504, 0xE505, 0xE525,
-                           0xE526, 0xE765));
+   EXPECT_THAT(
+      convert(936, "\xAA\xA1\xAF\xFE\xF8\xA1\xFE\xFE\xA1\x40\xA1\x7E\xA1\x80\xA1\xA0"
+                   "\xA2\x40\xA7\xA0"),
+      ElementsAre(0xE000, 0xE233, 0xE234, 0xE4C5, 0xE4C6, 0xE504, 0xE505, 0xE525, 0xE526, 0xE765));
    for (const char* text : {"\xA1\x7F", "\xA1\x3F", "\xAA\xFF"})
       EXPECT_THAT(convert(936, text), IsEmpty()) << hex(text);
 }
 
 TEST(CodePage936, CharactersThatLaterStandardsAddedAreRefused)
 {
-   for (const char* text :
-        {"\xA2\xAB", "\xA2\xE3", "\xA6\xD9", "\xA8\xBC", "\xA8\xBF", "\xA9\x89", "\xA9\x95",
-         "\xD7\xFA", "\xFE\x50", "\xFE\xA0"})
+   for (const char* text : {"\xA2\xAB", "\xA2\xE3", "\xA6\xD9", "\xA8\xBC", "\xA8\xBF", "\xA9\x89",
+                            "\xA9\x95", "\xD7\xFA", "\xFE\x50", "\xFE\xA0"})
       EXPECT_THAT(convert(936, text), IsEmpty()) << hex(text);
 }
 
@@ -306,8 +304,8 @@ TEST(CodePage, PagesThatAreNotKnownAreRefused)
 
 TEST(CodePage, ThreadsThatStartTogetherAllGetTheWholePage)
 {
-   // Of the pages, only one that no other test of this process has used is still to be filled: CTest
-   // runs each test in a process of its own.
+   // Of the pages, only one that no other test of this process has used is still to be filled:
+   // CTest runs each test in a process of its own.
    std::vector<std::thread> threads;
    std::array<size_t, 8> counts{};
    std::string text;

@@ -20,7 +20,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// The lines of a file, as they come into a buffer of size bytes. A byte behind the buffer guards it.
+// The lines of a file, as they come into a buffer of size bytes. A byte behind the buffer guards
+// it.
 std::vector<std::string> readLines(const std::string& path, size_t size = 1024)
 {
    platform::TextFile file{};
@@ -58,9 +59,8 @@ TEST(TextFile, ALineLongerThanTheBufferComesInPieces)
 {
    const ScratchFolder folder;
    const std::string path = folder.write("a.txt", std::string(3000, 'x') + "\nend\n");
-   EXPECT_THAT(readLines(path),
-               ElementsAre(std::string(1023, 'x'), std::string(1023, 'x'),
-                           std::string(954, 'x') + "\n", "end\n"));
+   EXPECT_THAT(readLines(path), ElementsAre(std::string(1023, 'x'), std::string(1023, 'x'),
+                                            std::string(954, 'x') + "\n", "end\n"));
 }
 
 TEST(TextFile, ALineThatFillsTheBufferLeavesItsLineFeedForTheNextPiece)
