@@ -1,0 +1,15 @@
+#ifndef LORVEX_SCAN_INTEGER_H
+#define LORVEX_SCAN_INTEGER_H
+
+#include <cstdint>
+
+// Reads an integer from the start of text as the conversion "%i" of sscanf does: white space, a
+// sign, and digits that are hexadecimal behind "0x", octal behind "0" and otherwise decimal. What
+// the standard leaves open is: a number beyond 64 bits is the nearest one of 64 bits, and of those
+// the low 32 are the value, so that 0xFFFFFFFF is -1.
+//
+// Returns what sscanf does: 1; 0 for a text that begins otherwise; -1 if there is nothing but white
+// space. value changes only for 1.
+int lorvex_scanInteger(const char* text, int32_t* value);
+
+#endif
