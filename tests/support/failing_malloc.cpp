@@ -3,14 +3,6 @@
 #include <cerrno>
 #include <cstdint>
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define UNDER_SANITIZER 1
-#endif
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define UNDER_SANITIZER 1
-#endif
-
 // The allocator that would have been called but for this file, under the name that it keeps.
 #ifdef UNDER_SANITIZER
 #define BEHIND(function) __interceptor_##function
@@ -34,11 +26,13 @@ thread_local size_t failingIndex = kNever;
 thread_local bool failsBehind = false;
 thread_local size_t allocations = 0;
 
-bool mustFail()
+// Refuses what no system has as well: a sanitizer would end the process instead.
+bool mustFail(size_t size)
 {
    const size_t index = allocations++;
-   const bool fails =
-      index == failingIndex || (failsBehind && failingIndex != kNever && index > failingIndex);
+   const bool fails = index == failingIndex ||
+                      (failsBehind && failingIndex != kNever && index > failingIndex) ||
+                      size > PTRDIFF_MAX;
    if (fails) errno = ENOMEM;
    return fails;
 }
@@ -49,24 +43,24 @@ extern "C" {
 
 void* malloc(size_t size)
 {
-   return mustFail() ? nullptr : BEHIND(malloc)(size);
+   return mustFail(size) ? nullptr : BEHIND(malloc)(size);
 }
 
 void* calloc(size_t count, size_t size)
 {
-   return mustFail() ? nullptr : BEHIND(calloc)(count, size);
+   return mustFail(size) ? nullptr : BEHIND(calloc)(count, size);
 }
 
 // Lets go of memory as the system's does: a size of 0 is no allocation and does not fail.
 void* realloc(void* block, size_t size)
 {
    const bool releases = block && size == 0;
-   return !releases && mustFail() ? nullptr : BEHIND(realloc)(block, size);
+   return !releases && mustFail(size) ? nullptr : BEHIND(realloc)(block, size);
 }
 
 void* aligned_alloc(size_t alignment, size_t size)
 {
-   return mustFail() ? nullptr : BEHIND(memalign)(alignment, size);
+   return mustFail(size) ? nullptr : BEHIND(memalign)(alignment, size);
 }
 
 } // extern "C"
