@@ -16,6 +16,9 @@ namespace zerova::test {
 using NativeHandle = std::intptr_t;
 inline constexpr NativeHandle kNoHandle = -1;
 
+// The folder for local endpoints that the build was given.
+std::string buildEndpointDir();
+
 // Once raised it stays raised, and every wait that was given it ends at once.
 class StopSignal
 {
@@ -46,8 +49,8 @@ class Stream
 {
 public:
    // As a client, waiting until connected. Throw std::runtime_error.
-   static Stream connectLocal(const std::string& name, const std::string& folder);
-   static Stream connectLocal(const std::string& name); // in the folder that the build was given
+   static Stream connectLocal(const std::string& name,
+                              const std::string& folder = buildEndpointDir());
    static Stream connectTcp(const std::string& address, std::uint16_t port);
 
    explicit Stream(NativeHandle connected);
@@ -85,9 +88,8 @@ public:
    // with a slash is a file in a folder of the folder. Folders are made if they are missing, and
    // removed in the end if they were made here and are empty then. A socket file that a dead
    // process left is replaced. Throws std::runtime_error with a text that says what to do.
-   static Listener local(const std::string& name, const std::string& folder,
+   static Listener local(const std::string& name, const std::string& folder = buildEndpointDir(),
                          int backlog = kUsualBacklog);
-   static Listener local(const std::string& name); // in the folder that the build was given
 
    // A TCP endpoint on one of the machine's loopback addresses; port 0 takes a free one. Throws
    // std::runtime_error, also when the address and port are taken.

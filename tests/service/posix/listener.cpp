@@ -47,9 +47,9 @@ void makeFolders(const std::filesystem::path& folder, std::vector<std::string>& 
 
 } // namespace
 
-Listener Listener::local(const std::string& name)
+std::string buildEndpointDir()
 {
-   return local(name, ZEROVA_ENDPOINT_DIR);
+   return ZEROVA_ENDPOINT_DIR;
 }
 
 Listener Listener::local(const std::string& name, const std::string& folder, int backlog)

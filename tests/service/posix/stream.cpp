@@ -37,11 +37,6 @@ int connectTo(int family, const Address& address, const std::string& description
 
 } // namespace
 
-Stream Stream::connectLocal(const std::string& name)
-{
-   return connectLocal(name, ZEROVA_ENDPOINT_DIR);
-}
-
 Stream Stream::connectLocal(const std::string& name, const std::string& folder)
 {
    const std::string path = folder + "/" + name;

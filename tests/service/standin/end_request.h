@@ -1,0 +1,26 @@
+// How a program that serves learns that it shall end.
+#ifndef TESTS_SERVICE_STANDIN_END_REQUEST_H
+#define TESTS_SERVICE_STANDIN_END_REQUEST_H
+
+namespace zerova::standin {
+
+// Make it before the first thread is started. From then on the signals that ask a program to end
+// (interrupt, terminate) no longer kill it.
+class EndRequest
+{
+public:
+   EndRequest();
+   ~EndRequest();
+   EndRequest(const EndRequest&) = delete;
+   EndRequest& operator=(const EndRequest&) = delete;
+
+   // Returns when standard input has ended or one of the signals has come.
+   void wait();
+
+private:
+   int signals_;
+};
+
+} // namespace zerova::standin
+
+#endif

@@ -1,0 +1,99 @@
+// A client of the stand-in service, made of the generated stubs alone.
+#ifndef TESTS_UNIT_SERVICE_STANDIN_CLIENT_H
+#define TESTS_UNIT_SERVICE_STANDIN_CLIENT_H
+
+#include "service/json_check.h"
+#include "service/loopback_address.h"
+#include "service/standin/inventory.h"
+#include "service/standin/refusal.h"
+#include "service/standin/routing_service.h"
+#include "service/standin/stream_transport.h"
+
+#include <gmock/gmock.h>
+#include <thrift/protocol/TBinaryProtocol.h>
+#include <thrift/transport/TBufferTransports.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace zerova::standin {
+
+class Client
+{
+public:
+   explicit Client(test::Stream stream)
+      : stream_(std::move(stream))
+      , stub_(std::make_shared<apache::thrift::protocol::TBinaryProtocol>(
+           std::make_shared<apache::thrift::transport::TFramedTransport>(
+              std::make_shared<StreamTransport>(stream_, never_))))
+   {
+   }
+
+   APIv1Client* operator->() { return &stub_; }
+
+private:
+   test::StopSignal never_;
+   test::Stream stream_;
+   APIv1Client stub_;
+};
+
+// A service on an address of its own and a first client of it.
+class StandIn : public testing::Test
+{
+protected:
+   std::unique_ptr<Client> connect()
+   {
+      return std::make_unique<Client>(test::Stream::connectTcp(address_.text(), service_.port()));
+   }
+
+   test::LoopbackAddress address_;
+   RoutingService service_{{.address = address_.text()}};
+   std::unique_ptr<Client> first_ = connect();
+   Client& client_ = *first_;
+   const RouteAttributes plain_;
+};
+
+// What action is refused with. No refusal is a failure of the test, and so is one whose text is not
+// a whole status document.
+inline ThriftStatus refusalOf(const std::function<void()>& action)
+{
+   try {
+      action();
+   } catch (const ThriftStatus& status) {
+      EXPECT_TRUE(test::isJsonDocument(status.description)) << status.description;
+      EXPECT_THAT(status.description,
+                  testing::AllOf(testing::StartsWith(R"({"error_constant":"zerova::errors::k)"),
+                                 testing::HasSubstr(R"(,"file":")"),
+                                 testing::HasSubstr(R"(","line":)"),
+                                 testing::HasSubstr(R"("component":"zerova_service_standin")")));
+      return status;
+   }
+   ADD_FAILURE() << "nothing was refused";
+   return {};
+}
+
+inline std::int32_t codeOf(const std::function<void()>& action)
+{
+   return refusalOf(action).code;
+}
+
+// The row of a refusal that a translator shows with a label.
+inline std::string row(const std::string& key, const std::string& value)
+{
+   return R"({"type":"usage","usage":")" + key + R"(","value":)" + value + "}";
+}
+
+// Matches an Attribute by its value.
+MATCHER_P(IsText, value, "")
+{
+   return arg.attr_type == AttrType::STRING && arg.str_attr == value;
+}
+MATCHER_P(IsBool, value, "")
+{
+   return arg.attr_type == AttrType::BOOL && arg.bool_attr == value;
+}
+
+} // namespace zerova::standin
+
+#endif
