@@ -1,8 +1,9 @@
 // The settings tree as folders (keys) and files (values) below ZEROVA_REGISTRY_DIR. A file's
 // content is the value's text in UTF-8; one line feed at its end is the editor's and not the
-// value's.
+// value's. Names are found without regard to the case of ASCII letters.
 #include "platform/settings_tree.h"
 
+#include "platform/posix/open_path.h"
 #include "platform/posix/unicode.h"
 
 #include <cerrno>
@@ -112,13 +113,13 @@ uint32_t findEntry(int folder, const Name& name, mode_t kind, char (&entry)[NAME
    return failure == 0 && best == Match::none ? ENOENT : failure;
 }
 
-// Opens the entry of folder that is called name and is of kind.
-uint32_t openEntry(int folder, const Name& name, mode_t kind, int flags, int* opened)
+// Opens the folder of a key below folder, to look further in it.
+uint32_t openSubKey(int folder, const Name& name, int* opened)
 {
    char entry[NAME_MAX + 1] = "";
-   const uint32_t failure = findEntry(folder, name, kind, entry);
+   const uint32_t failure = findEntry(folder, name, S_IFDIR, entry);
    if (failure) return failure;
-   *opened = openat(folder, entry, flags | O_CLOEXEC);
+   *opened = openat(folder, entry, O_PATH | O_DIRECTORY | O_CLOEXEC);
    return *opened < 0 ? lastFailure() : 0;
 }
 
@@ -170,8 +171,7 @@ uint32_t openSettingsKey(const uint16_t* path, uint32_t access, SettingsKeyHandl
       while (last != end && *last != '\\')
          ++last;
       int child = -1;
-      failure = openEntry(key, Name{first, static_cast<size_t>(last - first)}, S_IFDIR,
-                          O_PATH | O_DIRECTORY, &child);
+      failure = openSubKey(key, Name{first, static_cast<size_t>(last - first)}, &child);
       close(key);
       key = child;
       if (last == end) break;
@@ -184,20 +184,14 @@ uint32_t openSettingsKey(const uint16_t* path, uint32_t access, SettingsKeyHandl
 uint32_t readSettingsValue(SettingsKeyHandle key, const uint16_t* name, uint16_t* units,
                            uint32_t* size)
 {
-   // Something else could take the file's place between the look and the opening: opened without
-   // blocking, not even a FIFO can hold the caller up, and what is no file is not read.
-   int file = -1;
-   uint32_t failure = openEntry(static_cast<int>(key), Name{name, lengthOf(name)}, S_IFREG,
-                                O_RDONLY | O_NONBLOCK | O_NOCTTY, &file);
+   const int folder = static_cast<int>(key);
+   char entry[NAME_MAX + 1] = "";
+   uint32_t failure = findEntry(folder, Name{name, lengthOf(name)}, S_IFREG, entry);
    if (failure) return failure;
-   struct stat info;
+   const int file = openEntry(folder, entry, PathKind::regularFile);
+   if (file < 0) return lastFailure();
    Utf16Output output{units, *size / sizeof *units, 0};
-   if (fstat(file, &info) != 0)
-      failure = lastFailure();
-   else if (!S_ISREG(info.st_mode))
-      failure = ENOENT;
-   else
-      failure = decodeFile(file, &output);
+   failure = decodeFile(file, &output);
    close(file);
    if (failure) return failure;
    *size = static_cast<uint32_t>(output.length * sizeof *units);
