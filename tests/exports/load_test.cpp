@@ -1,10 +1,10 @@
 // The library as a plug-in of a long-lived host: loaded, asked, and let go of, over and over.
 #include "lorvex_translator.h"
+#include "support/open_descriptors.h"
 
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
-#include <filesystem>
 #include <string>
 
 #ifdef __SANITIZE_ADDRESS__
@@ -39,14 +39,6 @@ size_t heapGrowth(int rounds, Action action)
    const size_t after = bytesInUse();
    return after > before ? after - before : 0;
 #endif
-}
-
-size_t openDescriptors()
-{
-   size_t count = 0;
-   for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
-      ++count;
-   return count;
 }
 
 bool isLoaded()

@@ -2,6 +2,7 @@
 
 #include "platform/failure_text.h"
 #include "support/failing_malloc.h"
+#include "support/open_descriptors.h"
 #include "support/owned.h"
 #include "support/settings_tree.h"
 
@@ -26,14 +27,6 @@ using View = SettingsTree::View;
 
 constexpr const char* kKey = "SOFTWARE/TorvikTest/Key";
 constexpr std::u16string_view kSubKey = u"SOFTWARE\\TorvikTest\\Key";
-
-size_t openDescriptors()
-{
-   size_t count = 0;
-   for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
-      ++count;
-   return count;
-}
 
 // Whatever a test reads, it must not leave a descriptor open.
 class WindowsRegistry : public testing::Test
