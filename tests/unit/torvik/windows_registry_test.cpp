@@ -82,7 +82,6 @@ TEST_F(WindowsRegistry, MissingValueIsResourceNotFound)
 TEST_F(WindowsRegistry, ValueIsReadAsUtf16)
 {
    EXPECT_EQ(valueOf("C:\\Shared"), u"C:\\Shared");
-   EXPECT_EQ(value.capacity, 256u) << "the first pass asks for 512 bytes";
 }
 
 TEST_F(WindowsRegistry, ValueOfNonLatinScriptArrives)

@@ -1,0 +1,150 @@
+#include "support/heap_watch.h"
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+namespace zerova::test {
+
+namespace {
+
+struct Watched
+{
+   bool active = false;
+   std::size_t count = 0;
+   std::size_t largest = 0;
+   std::ptrdiff_t inUse = 0;
+   std::ptrdiff_t peak = 0;
+   std::size_t untilFailure = 0; // 0: none
+   void (*raise)() = nullptr;
+   bool failed = false;
+};
+
+thread_local Watched watched;
+
+void* allocate(std::size_t size)
+{
+   if (watched.active) {
+      ++watched.count;
+      watched.largest = std::max(watched.largest, size);
+      if (watched.untilFailure != 0 && --watched.untilFailure == 0) {
+         watched.failed = true;
+         if (watched.raise) watched.raise();
+         throw std::bad_alloc();
+      }
+   }
+   void* const block = std::malloc(size != 0 ? size : 1);
+   if (!block) throw std::bad_alloc();
+   if (watched.active) {
+      watched.inUse += static_cast<std::ptrdiff_t>(malloc_usable_size(block));
+      watched.peak = std::max(watched.peak, watched.inUse);
+   }
+   return block;
+}
+
+void release(void* block) noexcept
+{
+   if (watched.active && block)
+      watched.inUse -= static_cast<std::ptrdiff_t>(malloc_usable_size(block));
+   std::free(block);
+}
+
+void* allocateOrNull(std::size_t size) noexcept
+{
+   try {
+      return allocate(size);
+   } catch (...) {
+      return nullptr;
+   }
+}
+
+} // namespace
+
+HeapWatch::HeapWatch()
+{
+   watched = Watched{};
+   watched.active = true;
+}
+
+HeapWatch::~HeapWatch()
+{
+   watched.active = false;
+}
+
+void HeapWatch::failNth(std::size_t n, void (*raise)())
+{
+   watched.untilFailure = n;
+   watched.raise = raise;
+   watched.failed = false;
+}
+
+bool HeapWatch::hasFailed() const
+{
+   return watched.failed;
+}
+
+std::size_t HeapWatch::count() const
+{
+   return watched.count;
+}
+
+std::size_t HeapWatch::largest() const
+{
+   return watched.largest;
+}
+
+std::size_t HeapWatch::peak() const
+{
+   return static_cast<std::size_t>(watched.peak);
+}
+
+std::ptrdiff_t HeapWatch::inUse() const
+{
+   return watched.inUse;
+}
+
+} // namespace zerova::test
+
+// All forms, since a sanitizer's own ones do not call each other.
+void* operator new(std::size_t size)
+{
+   return zerova::test::allocate(size);
+}
+void* operator new[](std::size_t size)
+{
+   return zerova::test::allocate(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+   return zerova::test::allocateOrNull(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+   return zerova::test::allocateOrNull(size);
+}
+void operator delete(void* block) noexcept
+{
+   zerova::test::release(block);
+}
+void operator delete[](void* block) noexcept
+{
+   zerova::test::release(block);
+}
+void operator delete(void* block, std::size_t) noexcept
+{
+   zerova::test::release(block);
+}
+void operator delete[](void* block, std::size_t) noexcept
+{
+   zerova::test::release(block);
+}
+void operator delete(void* block, const std::nothrow_t&) noexcept
+{
+   zerova::test::release(block);
+}
+void operator delete[](void* block, const std::nothrow_t&) noexcept
+{
+   zerova::test::release(block);
+}
