@@ -1,0 +1,71 @@
+#include "exports/export_table.h"
+
+#include "zerovaapi.h"
+
+#define ENTRY(name)                                                                                \
+   {                                                                                               \
+#name, (AnyFunction)name                                                                     \
+   }
+
+const ExportEntry kExportTable[] = {
+   ENTRY(zerovaapi_createSession),
+   ENTRY(zerovaapi_createRemoteSession),
+   ENTRY(zerovaapi_createImmediateSession),
+   ENTRY(zerovaapi_destroySession),
+   ENTRY(zerovaapi_calculateRoute),
+   ENTRY(zerovaapi_reserveRoute),
+   ENTRY(zerovaapi_programRoute),
+   ENTRY(zerovaapi_unprogramRoute),
+   ENTRY(zerovaapi_unreserveRoute),
+   ENTRY(zerovaapi_destroyRoute),
+   ENTRY(zerovaapi_getRouteInfo),
+   ENTRY(zerovaapi_showRoute),
+   ENTRY(zerovaapi_destroyImmediateRoute),
+   ENTRY(zerovaapi_destroyImmediateRoutesOnDevice),
+   ENTRY(zerovaapi_destroyImmediateRoutesFromSource),
+   ENTRY(zerovaapi_destroyImmediateRoutesToDest),
+   ENTRY(zerovaapi_destroyAllImmediateRoutes),
+   ENTRY(zerovaapi_RouteAttributes_new),
+   ENTRY(zerovaapi_RouteAttributes_destroy),
+   ENTRY(zerovaapi_RouteAttributes_setLifetime),
+   ENTRY(zerovaapi_RouteAttributes_setCalculationTargetState),
+   ENTRY(zerovaapi_RouteAttributes_setForceMultiDeviceRoute),
+   ENTRY(zerovaapi_RouteAttributes_setOwnerName),
+   ENTRY(zerovaapi_RouteAttributes_getConstraints),
+   ENTRY(zerovaapi_RouteAttributes_getSourceConstraints),
+   ENTRY(zerovaapi_RouteAttributes_getDestinationConstraints),
+   ENTRY(zerovaapi_RouteAttributes_getOptionalModifiers),
+   ENTRY(zerovaapi_RouteAttributes_getRequiredModifiers),
+   ENTRY(zerovaapi_RouteAttributes_getDestinationRequiredModifiers),
+   ENTRY(zerovaapi_RouteConstraints_setBoolConstraint),
+   ENTRY(zerovaapi_RouteConstraints_setStringConstraint),
+   ENTRY(zerovaapi_RouteModifiers_setBoolModifier),
+   ENTRY(zerovaapi_RouteModifiers_setStringModifier),
+   ENTRY(zerovaapi_getRoutableDevices),
+   ENTRY(zerovaapi_getTerminalNamesAndAttributesForDevice),
+   ENTRY(zerovaapi_DeviceContainer_begin),
+   ENTRY(zerovaapi_TerminalContainer_begin),
+   ENTRY(zerovaapi_DeviceIterator_next),
+   ENTRY(zerovaapi_TerminalIterator_next),
+   ENTRY(zerovaapi_DeviceIterator_isEnd),
+   ENTRY(zerovaapi_TerminalIterator_isEnd),
+   ENTRY(zerovaapi_DeviceIterator_getDeviceName),
+   ENTRY(zerovaapi_DeviceIterator_getTerminalContainer),
+   ENTRY(zerovaapi_TerminalIterator_getStringAttribute),
+   ENTRY(zerovaapi_TerminalIterator_getBoolAttribute),
+   ENTRY(zerovaapi_DeviceContainer_destroy),
+   ENTRY(zerovaapi_TerminalContainer_destroy),
+   ENTRY(zerovaapi_destroyString),
+   ENTRY(zerovaapi_destroyStringArray),
+   ENTRY(zerovaapi_validateTerminalURI),
+   ENTRY(zerovaapi_areTerminalURIsEqual),
+   ENTRY(zerovaapi_resetTerminal),
+   ENTRY(zerovaapi_calculateResetTerminal),
+   ENTRY(zerovaapi_initiateDeviceReset),
+   ENTRY(zerovaapi_completeDeviceReset),
+   ENTRY(zerovaapi_getSystemChangeNumber),
+   ENTRY(zerovaapi_hasTerminalInformationChanged),
+   ENTRY(zerovaapi_isDebug),
+};
+
+const size_t kExportTableSize = sizeof kExportTable / sizeof kExportTable[0];
