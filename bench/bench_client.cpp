@@ -1,0 +1,306 @@
+// What an exported call costs over the generated stub, and over a bare exchange of the same bytes.
+//
+// (a) plain send and recv of the same bytes: the length, then the body
+// (b) the generated stub on the library's own transport stack
+// (c) the exported function of the built shared library
+#include "bench/canned_service.h"
+#include "bench/report.h"
+#include "quelerr_status.h"
+#include "transport/client_session.h"
+#include "zerovaapi.h"
+
+#include <thrift/protocol/TBinaryProtocol.h>
+#include <thrift/transport/TBufferTransports.h>
+
+#include <arpa/inet.h>
+#include <dlfcn.h>
+#include <malloc.h>
+#include <sched.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <vector>
+
+using apache::thrift::protocol::TBinaryProtocol;
+using apache::thrift::protocol::TMessageType;
+using apache::thrift::transport::TMemoryBuffer;
+
+namespace {
+
+constexpr int kClientCore = 0;
+constexpr char kHost[] = "127.83.11.7";
+constexpr int kTicket = 77;
+constexpr int kTerminals = 1000;
+constexpr int kAttributes = 10;
+constexpr int kMapEntries = 10;
+
+template <typename Message>
+std::string message(const char* name, TMessageType type, const Message& content)
+{
+   const auto buffer = std::make_shared<TMemoryBuffer>();
+   TBinaryProtocol protocol(buffer);
+   protocol.writeMessageBegin(name, type, 0);
+   content.write(&protocol);
+   protocol.writeMessageEnd();
+   return buffer->getBufferAsString();
+}
+
+std::vector<std::map<std::string, zerova::Attribute>> manyTerminals()
+{
+   std::vector<std::map<std::string, zerova::Attribute>> terminals(kTerminals);
+   for (int t = 0; t < kTerminals; ++t)
+      for (int a = 0; a < kAttributes; ++a) {
+         zerova::Attribute& attribute =
+            terminals[static_cast<size_t>(t)]["attribute" + std::to_string(a)];
+         attribute.__set_attr_type(zerova::AttrType::STRING);
+         attribute.__set_str_attr("/matrix1/ch" + std::to_string(t));
+      }
+   return terminals;
+}
+
+bench::Replies replies()
+{
+   zerova::APIv1_calculateRoute_result ticket;
+   ticket.success = kTicket;
+   ticket.__isset.success = true;
+   zerova::APIv1_getTerminalNamesAndAttributesForDevice_result terminals;
+   terminals.success = manyTerminals();
+   terminals.__isset.success = true;
+   const auto type = apache::thrift::protocol::T_REPLY;
+   return {
+      {"version", message("version", type, zerova::APIv1_version_result())},
+      {"reserveRoute", message("reserveRoute", type, zerova::APIv1_reserveRoute_result())},
+      {"calculateRoute", message("calculateRoute", type, ticket)},
+      {"getTerminalNamesAndAttributesForDevice",
+       message("getTerminalNamesAndAttributesForDevice", type, terminals)},
+   };
+}
+
+// The exported functions as a program gets them: from the shared library.
+class Exports
+{
+public:
+   Exports()
+      : library_(dlopen(ZEROVA_LIBRARY, RTLD_NOW | RTLD_LOCAL))
+   {
+      if (!library_) fail(dlerror());
+   }
+   template <typename Function>
+   Function* get(Function*, const char* name) const
+   {
+      void* const address = dlsym(library_, name);
+      if (!address) fail(name);
+      return reinterpret_cast<Function*>(address);
+   }
+
+private:
+   [[noreturn]] static void fail(const char* what)
+   {
+      std::fprintf(stderr, "%s\n", what);
+      std::exit(1);
+   }
+   void* library_;
+};
+
+const Exports& exports()
+{
+   static const Exports instance;
+   return instance;
+}
+
+#define EXPORT(name) exports().get(static_cast<decltype(&name)>(nullptr), #name)
+
+void requireSuccess(const quelerr_Status& status)
+{
+   if (status.code == 0) return;
+   std::fprintf(stderr, "call failed: %d %s\n", status.code, status.json ? status.json : "");
+   std::exit(1);
+}
+
+void exchangeRaw(int socket, const std::string& framedRequest, std::vector<char>& body)
+{
+   if (send(socket, framedRequest.data(), framedRequest.size(), MSG_NOSIGNAL) < 0) std::exit(1);
+   uint32_t length = 0;
+   if (recv(socket, &length, sizeof length, MSG_WAITALL) != sizeof length) std::exit(1);
+   const size_t size = ntohl(length);
+   if (body.size() < size) body.resize(size);
+   for (size_t have = 0; have < size;) {
+      const ssize_t count = recv(socket, body.data() + have, size - have, 0);
+      if (count <= 0) std::exit(1);
+      have += static_cast<size_t>(count);
+   }
+}
+
+std::string framed(const std::string& body)
+{
+   const uint32_t length = htonl(static_cast<uint32_t>(body.size()));
+   return std::string(reinterpret_cast<const char*>(&length), sizeof length) + body;
+}
+
+struct Contender
+{
+   std::function<void()> call;
+   std::vector<double> samples = {};
+};
+
+// Medians of single calls, the contenders taking turns in short blocks so that all see the same
+// machine.
+std::vector<double> race(std::vector<Contender> contenders, int blocks, int callsPerBlock)
+{
+   for (int block = -2; block < blocks; ++block) // the first two warm up
+      for (size_t turn = 0; turn < contenders.size(); ++turn) {
+         // Each goes first in its turn: what one leaves in the heap and the caches, the next one
+         // meets.
+         Contender& contender =
+            contenders[(turn + static_cast<size_t>(block + 2)) % contenders.size()];
+         for (int i = 0; i < callsPerBlock; ++i) {
+            const double start = bench::now();
+            contender.call();
+            const double end = bench::now();
+            if (block >= 0) contender.samples.push_back(end - start);
+         }
+      }
+   std::vector<double> medians;
+   for (Contender& contender : contenders)
+      medians.push_back(bench::median(std::move(contender.samples)) / 1000);
+   return medians;
+}
+
+void reportRace(bench::Report& report, const std::string& what, const std::vector<double>& medians,
+                bench::Goal againstRaw)
+{
+   report.compare(what + ": exported/stub", medians[2], medians[1], "us", bench::atMost(1.02));
+   report.compare(what + ": exported/raw", medians[2], medians[0], "us", againstRaw);
+}
+
+void fill(zerovaapi_RouteAttributes attributes, quelerr_Status* status)
+{
+   const auto setString = EXPORT(zerovaapi_RouteConstraints_setStringConstraint);
+   const zerovaapi_AttributeMap maps[] = {
+      EXPORT(zerovaapi_RouteAttributes_getConstraints)(attributes),
+      EXPORT(zerovaapi_RouteAttributes_getSourceConstraints)(attributes),
+      EXPORT(zerovaapi_RouteAttributes_getDestinationConstraints)(attributes),
+      EXPORT(zerovaapi_RouteAttributes_getOptionalModifiers)(attributes),
+      EXPORT(zerovaapi_RouteAttributes_getRequiredModifiers)(attributes),
+      EXPORT(zerovaapi_RouteAttributes_getDestinationRequiredModifiers)(attributes)};
+   for (const zerovaapi_AttributeMap map : maps)
+      for (int i = 0; i < kMapEntries; ++i)
+         setString(map, ("constraint" + std::to_string(i)).c_str(), "a value of some length",
+                   status);
+}
+
+void measureEndpoint(bench::Report& report, const std::string& endpoint, const std::string& host,
+                     int port)
+{
+   quelerr_Status status;
+   quelerr_heapStatus_init(&status);
+   const auto stub =
+      zerova::openClientSession(host.empty() ? "com.zerova" : "Trevanta/Zerova", host);
+   stub->client.version("1.0");
+   const zerovaapi_Session session =
+      host.empty() ? EXPORT(zerovaapi_createSession)(&status)
+                   : EXPORT(zerovaapi_createRemoteSession)(host.c_str(), &status);
+   requireSuccess(status);
+   const int raw =
+      host.empty() ? bench::connectLocal(ZEROVA_ENDPOINT_DIR) : bench::connectTcp(host, port);
+   std::vector<char> body;
+
+   const auto call = apache::thrift::protocol::T_CALL;
+   zerova::APIv1_reserveRoute_args reserveArguments;
+   reserveArguments.ticket = kTicket;
+   const std::string reserve = framed(message("reserveRoute", call, reserveArguments));
+   const auto reserveRoute = EXPORT(zerovaapi_reserveRoute);
+   reportRace(report, endpoint + ", small call",
+              race({{[&] { exchangeRaw(raw, reserve, body); }},
+                    {[&] { stub->client.reserveRoute(kTicket); }},
+                    {[&] { reserveRoute(session, kTicket, &status); }}},
+                   100, 300),
+              bench::atMost(1.15));
+
+   const zerovaapi_RouteAttributes attributes = EXPORT(zerovaapi_RouteAttributes_new)(&status);
+   fill(attributes, &status);
+   const auto& wireAttributes = *reinterpret_cast<const zerova::RouteAttributes*>(attributes);
+   zerova::APIv1_calculateRoute_args calculateArguments;
+   calculateArguments.src_uri = "/matrix1/ch0";
+   calculateArguments.dest_uri = "/scanner2/com";
+   calculateArguments.attrs = wireAttributes;
+   const std::string calculate = framed(message("calculateRoute", call, calculateArguments));
+   const auto calculateRoute = EXPORT(zerovaapi_calculateRoute);
+   const std::string source = "/matrix1/ch0";
+   const std::string destination = "/scanner2/com";
+   reportRace(report, endpoint + ", six maps of ten",
+              race({{[&] { exchangeRaw(raw, calculate, body); }},
+                    {[&] { stub->client.calculateRoute(source, destination, wireAttributes); }},
+                    {[&] {
+                       calculateRoute(session, source.c_str(), destination.c_str(), attributes,
+                                      &status);
+                    }}},
+                   100, 200),
+              bench::noGoal());
+   EXPORT(zerovaapi_RouteAttributes_destroy)(attributes);
+
+   zerova::APIv1_getTerminalNamesAndAttributesForDevice_args listArguments;
+   listArguments.dev_name = "matrix1";
+   const std::string list =
+      framed(message("getTerminalNamesAndAttributesForDevice", call, listArguments));
+   const auto getTerminals = EXPORT(zerovaapi_getTerminalNamesAndAttributesForDevice);
+   const auto destroyTerminals = EXPORT(zerovaapi_TerminalContainer_destroy);
+   const std::string device = "matrix1";
+   reportRace(
+      report, endpoint + ", 1,000 terminals",
+      race({{[&] { exchangeRaw(raw, list, body); }},
+            {[&] {
+               std::vector<std::map<std::string, zerova::Attribute>> terminals;
+               stub->client.getTerminalNamesAndAttributesForDevice(terminals, device, {});
+            }},
+            {[&] { destroyTerminals(getTerminals(session, device.c_str(), nullptr, &status)); }}},
+           60, 4),
+      bench::noGoal());
+
+   requireSuccess(status);
+   EXPORT(zerovaapi_destroySession)(session);
+   close(raw);
+}
+
+void measureSessionHeap(bench::Report& report)
+{
+   constexpr int kSessions = 50;
+   quelerr_Status status;
+   quelerr_heapStatus_init(&status);
+   const auto createSession = EXPORT(zerovaapi_createSession);
+   std::vector<zerovaapi_Session> sessions(kSessions);
+   EXPORT(zerovaapi_destroySession)(createSession(&status)); // what is made once for the process
+   const size_t before = mallinfo2().uordblks;
+   for (zerovaapi_Session& session : sessions)
+      session = createSession(&status);
+   const size_t after = mallinfo2().uordblks;
+   requireSuccess(status);
+   for (const zerovaapi_Session session : sessions)
+      EXPORT(zerovaapi_destroySession)(session);
+   report.figure("heap of a fresh session", static_cast<double>(after - before) / kSessions,
+                 "bytes", bench::atMost(16384));
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+   bench::Report report("bench_client", argc, argv);
+   bench::pinToCore(kClientCore);
+   // Giving memory back to the system and asking for it again would be most of what a large reply
+   // costs.
+   mallopt(M_TRIM_THRESHOLD, 1 << 28);
+   mallopt(M_MMAP_THRESHOLD, 1 << 28);
+   for (const int serviceCore : {0, 1}) {
+      const std::string placement = serviceCore == kClientCore ? "one core" : "two cores";
+      const bench::CannedService service(ZEROVA_ENDPOINT_DIR, kHost, replies(), serviceCore);
+      measureEndpoint(report, "local, " + placement, "", 0);
+      measureEndpoint(report, "TCP, " + placement, kHost, service.port());
+      if (serviceCore == kClientCore) measureSessionHeap(report);
+   }
+   return report.finish();
+}
