@@ -1,5 +1,6 @@
 #include "lorvex/lorvex.h"
 
+#include "lorvex/default_translator.h"
 #include "lorvex/list.h"
 #include "quelerr/status.h"
 
@@ -11,6 +12,14 @@ namespace {
 
 // Collects what goes wrong while the library loads. Nobody reads it: there is nobody to tell yet.
 constinit quelerr_Status loadStatus{0, 0, quelerr_defaultResize, nullptr};
+
+constexpr const char* kZerovaName = "dorvex_zerova";
+constinit lorvex_ExportedTranslator exportedZerova{nullptr, nullptr, kZerovaName,
+                                                   lorvexlua_createTranslator};
+constinit lorvex_TranslatorRegistration registeredZerova{nullptr, nullptr, kZerovaName, nullptr,
+                                                         lorvexlua_createTranslator};
+constinit lorvex_TranslatorRegistration registeredDefault{nullptr, nullptr, "lorvex_default", "{}",
+                                                          lorvex_defaultTranslator_create};
 
 void buildZerovaSettings()
 {
@@ -38,12 +47,19 @@ struct Loading
 
 void lorvex_load()
 {
+   lorvex_enterNode(&lorvex_exportedTranslators, &exportedZerova);
    buildZerovaSettings();
+   registeredZerova.settings = quelerr_String_text(&lorvex_zerovaSettings);
+   lorvex_enterNode(&lorvex_registeredTranslators, &registeredZerova);
+   lorvex_enterNode(&lorvex_registeredTranslators, &registeredDefault);
 }
 
 void lorvex_unload()
 {
+   lorvex_removeNode(&registeredDefault);
+   lorvex_removeNode(&registeredZerova);
    quelerr_String_release(&lorvex_zerovaSettings);
+   lorvex_removeNode(&exportedZerova);
    if (loadStatus.json) loadStatus.resize(&loadStatus, 0);
    loadStatus.code = 0;
 }

@@ -20,6 +20,10 @@ extern lorvex_TranslatorRegistration lorvex_registeredTranslators;
 // The settings of "dorvex_zerova"; empty (its data null) when there was no memory for them.
 extern quelerr_String lorvex_zerovaSettings;
 
+// The factory of "dorvex_zerova", which the code of the Lua translator supplies.
+lorvex_Translator* lorvexlua_createTranslator(const char* name, const char* registrationInfo,
+                                              quelerr_Status* status);
+
 // Enter all nodes, and take them out in reverse order. The library's load and unload call these,
 // once each and on one thread.
 void lorvex_load();

@@ -8,6 +8,9 @@
 
 #include <lua.hpp>
 
+// LuaFileSystem, which by itself leaves its global alone: require("lfs") finds it, too.
+int lorvexlua_openLfs(lua_State* L);
+
 // 64-bit integers: global and package.loaded entry "stdint".
 int lorvexlua_openStdint(lua_State* L);
 

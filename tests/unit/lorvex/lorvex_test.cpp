@@ -1,5 +1,6 @@
 #include "lorvex/lorvex.h"
 
+#include "lorvex/default_translator.h"
 #include "support/failing_malloc.h"
 #include "support/owned.h"
 
@@ -15,6 +16,27 @@ constexpr const char* kSettings =
 TEST(Load, SettingsTextIsThereBeforeAnythingRuns)
 {
    EXPECT_STREQ(quelerr_String_text(&lorvex_zerovaSettings), kSettings);
+}
+
+TEST(Load, ExportedEntryFindsTheScriptedTranslatorAlone)
+{
+   const auto* const node = lorvex_exportedTranslators.next;
+   EXPECT_STREQ(node->name, "dorvex_zerova");
+   EXPECT_EQ(node->factory, lorvexlua_createTranslator);
+   EXPECT_EQ(node->next, &lorvex_exportedTranslators);
+}
+
+TEST(Load, BothTranslatorsStandReadyWithTheirSettings)
+{
+   const auto* const zerova = lorvex_registeredTranslators.next;
+   EXPECT_STREQ(zerova->name, "dorvex_zerova");
+   EXPECT_STREQ(zerova->settings, kSettings);
+   EXPECT_EQ(zerova->factory, lorvexlua_createTranslator);
+   const auto* const standard = zerova->next;
+   EXPECT_STREQ(standard->name, "lorvex_default");
+   EXPECT_STREQ(standard->settings, "{}");
+   EXPECT_EQ(standard->factory, lorvex_defaultTranslator_create);
+   EXPECT_EQ(standard->next, &lorvex_registeredTranslators);
 }
 
 TEST(Load, UnloadGivesEverythingBack)
