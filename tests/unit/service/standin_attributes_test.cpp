@@ -103,12 +103,12 @@ TEST_F(StandInAttributes, ConstrainTheTerminalAtEitherEnd)
 
 TEST_F(StandInAttributes, CountByTheirTypeAlone)
 {
-   Attribute both = textAttribute("analog_line1");
+   Attribute both = textAttribute("front");
    both.__set_bool_attr(true);
-   attributes_.__set_constraints({{"Line", both}});
+   attributes_.__set_source_constraints({{"Connector", both}});
    EXPECT_NO_THROW(calculate());
    both.__set_attr_type(AttrType::BOOL);
-   attributes_.__set_constraints({{"Line", both}});
+   attributes_.__set_source_constraints({{"Connector", both}});
    EXPECT_EQ(refusedCode(), kConstraintNotMet.number);
 }
 
