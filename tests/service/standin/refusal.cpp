@@ -40,12 +40,12 @@ std::string_view fileName(std::string_view path)
 
 } // namespace
 
-Refusal::Refusal(ErrorCode code, const std::source_location& where)
+Refusal::Refusal(ErrorCode code, const char* file, int line)
    : code_(code.number)
 {
    member("error_constant", code.constant);
-   member("file", fileName(where.file_name()));
-   member("line", static_cast<std::int32_t>(where.line()));
+   member("file", fileName(file));
+   member("line", std::int32_t{line});
    member("component", "zerova_service_standin");
 }
 

@@ -5,7 +5,6 @@
 #include "apiv1_types.h"
 
 #include <cstdint>
-#include <source_location>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,8 +45,9 @@ inline constexpr ErrorCode kUnsupportedVersion = {-89318,
 class Refusal
 {
 public:
-   explicit Refusal(ErrorCode code,
-                    const std::source_location& where = std::source_location::current());
+   // The place is that of the caller; std::source_location is not in all compilers that we use.
+   explicit Refusal(ErrorCode code, const char* file = __builtin_FILE(),
+                    int line = __builtin_LINE());
 
    Refusal& member(std::string_view key, std::string_view text);
    Refusal& member(std::string_view key, std::int32_t number);
