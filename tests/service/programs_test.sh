@@ -1,0 +1,114 @@
+#!/usr/bin/env bash
+# What the stand-in service promises as a program, and the script that runs the demo.
+#
+#    programs_test.sh BUILD_DIR
+set -uo pipefail
+
+build=$1
+here=$(cd "$(dirname "$0")" && pwd)
+service=$build/tests/service/zerova_service_standin
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+failures=0
+
+# expect WHAT EXPECTED ACTUAL
+expect()
+{
+   if [ "$2" = "$3" ]; then
+      echo "ok   $1"
+   else
+      printf 'FAIL %s\n   expected: %s\n   actual:   %s\n' "$1" "$2" "$3"
+      failures=$((failures + 1))
+   fi
+}
+
+# run INPUT ARGUMENT...: runs the service with INPUT as its standard input; sets code, out and err.
+run()
+{
+   local input=$1
+   shift
+   printf '%s' "$input" | "$service" "$@" >"$folder/out" 2>"$folder/err"
+   code=$?
+   out=$(cat "$folder/out")
+   err=$(cat "$folder/err")
+}
+
+run "" --help
+expect "help ends well" 0 "$code"
+expect "help goes to standard output" "Usage: zerova_service_standin [OPTION]..." "${out%%$'\n'*}"
+
+run "" --nothing
+expect "an unknown option is a wrong use" 2 "$code"
+expect "an unknown option is named" "zerova_service_standin: unknown option --nothing; --help lists the known ones" "$err"
+
+run "" --port
+expect "a missing value is a wrong use" 2 "$code"
+expect "a missing value is named" "zerova_service_standin: --port wants a value" "$err"
+
+run "" --port 65536
+expect "a port that is none is a wrong use" 2 "$code"
+
+run "" --address 192.0.2.1 --no-local
+expect "an address that others can reach is refused" 1 "$code"
+
+run "lines that nobody reads
+" --address own --endpoint-dir "$folder/run"
+expect "the end of the input ends the service well" 0 "$code"
+expect "the sockets and their folder are gone then" "" "$(ls "$folder" | grep -x run)"
+expect "the ready line names all endpoints" "ready  local $folder/run  tcp ADDRESS  locator ADDRESS:3580" \
+   "$(sed -E 's/tcp 127[0-9.]+:[0-9]+/tcp ADDRESS/; s/127[0-9.]+:3580/ADDRESS:3580/' <<<"$out")"
+
+run "" --no-tcp --endpoint-dir "$folder/run"
+expect "local endpoints alone can be had" "ready  local $folder/run" "$out"
+
+run "" --no-local --no-locator --address own
+expect "TCP alone can be had" "ready  tcp ADDRESS" "$(sed -E 's/127[0-9.]+:[0-9]+/ADDRESS/' <<<"$out")"
+
+# start: runs a service with its endpoints under $folder/run until its input is closed or it is told.
+start()
+{
+   coproc SERVICE { exec "$service" --address own --endpoint-dir "$folder/run" 2>"$folder/err"; }
+   pid=$!
+   exec {input}>&"${SERVICE[1]}" {output}<&"${SERVICE[0]}"
+   read -r ready <&"$output"
+}
+
+for signal in TERM INT; do
+   start
+   expect "the local endpoints are there" "com.zerova com.zerova.immediate" "$(ls "$folder/run" | xargs)"
+   run "" --no-tcp --endpoint-dir "$folder/run"
+   expect "a second service is refused" 1 "$code"
+   expect "the second says why" \
+      "zerova_service_standin: another process serves the endpoint $folder/run/com.zerova" "$err"
+   expect "the first keeps its endpoints" "com.zerova com.zerova.immediate" "$(ls "$folder/run" | xargs)"
+   kill "-$signal" "$pid"
+   wait "$pid"
+   expect "SIG$signal ends the service well" 0 $?
+   expect "the sockets are gone after SIG$signal" "" "$(ls "$folder" | grep -x run)"
+   exec {input}>&- {output}<&-
+done
+
+# A build folder with the real service and a tour of our own.
+mkdir -p "$folder/build/tests" "$folder/build/examples"
+ln -s "$build/tests/service" "$folder/build/tests/service"
+tour=$folder/build/examples/route_tour
+printf '#!/bin/sh\necho "tour of $1"\nexit 7\n' >"$tour"
+chmod +x "$tour"
+out=$("$here/run_demo.sh" "$folder/build" 2>&1)
+expect "the demo ends as its tour does" 7 $?
+expect "the tour is given the address of the service" yes \
+   "$(grep -q '^tour of 127\.' <<<"$out" && echo yes)"
+
+mkfifo "$folder/started"
+printf '#!/bin/sh\necho started >%s\nexec sleep 600\n' "$folder/started" >"$tour"
+"$here/run_demo.sh" "$folder/build" >/dev/null 2>&1 &
+pid=$!
+read -r started <"$folder/started"
+kill -TERM "$pid"
+wait "$pid"
+expect "the demo can be told to end" 143 $?
+out=$("$here/run_demo.sh" "$folder/build" missing 2>&1)
+expect "a missing program is a wrong use" 2 $?
+
+echo
+[ "$failures" -eq 0 ] || { echo "$failures failed"; exit 1; }

@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# Starts the stand-in service, takes the tour of the library against it and ends everything again.
+#
+#    run_demo.sh BUILD_DIR [PROGRAM]
+#
+# PROGRAM is an example to run in place of the tour. Ends with the exit code of the tour.
+set -euo pipefail
+
+if [ $# -lt 1 ]; then
+   echo "usage: run_demo.sh BUILD_DIR [PROGRAM]" >&2
+   exit 2
+fi
+service=$1/tests/service/zerova_service_standin
+tour=$1/examples/${2:-route_tour}
+for program in "$service" "$tour"; do
+   if [ ! -x "$program" ]; then
+      echo "run_demo.sh: $program is missing; build with the preset \"test\" first" >&2
+      exit 2
+   fi
+done
+
+fail()
+{
+   echo "run_demo.sh: $1" >&2
+   exit 1
+}
+
+# The service ends when its input does, so it cannot outlive this script, however that ends.
+coproc SERVICE { exec "$service" --address own; }
+service_pid=$!
+# Bash forgets the pipes of a service that has ended already.
+input=${SERVICE[1]:-}
+output=${SERVICE[0]:-}
+tour_pid=
+
+end_all()
+{
+   trap - INT TERM
+   if [ -n "$tour_pid" ]; then
+      kill "$tour_pid" 2>/dev/null || true
+      wait "$tour_pid" 2>/dev/null || true
+   fi
+   if [ -n "$input" ]; then exec {input}>&-; fi
+   wait "$service_pid"
+}
+trap end_all EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
+
+# The service prints one line when all its endpoints are open, and none if it cannot open them.
+[ -n "$output" ] && read -r ready <&"$output" || fail "the service did not start"
+[[ $ready =~ tcp\ ([0-9.]+): ]] || fail "the service is ready without TCP: $ready"
+address=${BASH_REMATCH[1]}
+echo "The stand-in service is $ready"
+
+# In the background, so that a signal to this script need not wait for it.
+"$tour" "$address" &
+tour_pid=$!
+code=0
+wait "$tour_pid" || code=$?
+tour_pid=
+exit "$code"
