@@ -38,7 +38,6 @@ Ticket RoutingModel::calculateRoute(ConnectionId connection, RouteLifetime::type
    try {
       bringTo(ticket, attributes.routeState);
    } catch (const ThriftStatus&) {
-      setState(find(ticket), RouteState::CALCULATED);
       routes_.erase(ticket);
       throw;
    }
