@@ -6,10 +6,12 @@
 #include <thrift/protocol/TVirtualProtocol.h>
 #include <thrift/transport/TBufferTransports.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 namespace zerova {
 
@@ -25,6 +27,30 @@ public:
       resetConsumedMessageSize();
       return TFramedTransport::readEnd();
    }
+
+   // The protocol asks here for the bytes of a text that goes on behind its frame, and told that
+   // there are none it reserves the whole length before it reads. A length may be a lie, so what
+   // follows is gathered first; the outcome is the one that reading would have had.
+   const uint8_t* borrowSlow(uint8_t*, uint32_t* length) override
+   {
+      checkReadBytesAvailable(*length);
+      std::vector<uint8_t> gathered(rBase_, rBound_);
+      while (gathered.size() < *length) {
+         if (!readFrame() || rBase_ == rBound_)
+            throw TTransportException(TTransportException::END_OF_FILE, "No more data to read.");
+         gathered.insert(gathered.end(), rBase_, rBound_);
+      }
+      const uint32_t size = static_cast<uint32_t>(gathered.size());
+      rBuf_.reset(new uint8_t[size]);
+      rBufSize_ = size;
+      std::copy(gathered.begin(), gathered.end(), rBuf_.get());
+      setReadBuffer(rBuf_.get(), size);
+      *length = size;
+      return rBase_;
+   }
+
+private:
+   using TTransportException = apache::thrift::transport::TTransportException;
 };
 
 class ClientProtocol

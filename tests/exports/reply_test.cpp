@@ -334,4 +334,41 @@ TEST(LyingReply, NegativeCountsAreRefused)
    }
 }
 
+TEST(LyingReply, HugeTextIsRefusedBeforeItIsReserved)
+{
+   for (const int32_t length : {1 << 25, 90000000, 104857600, INT32_MAX}) {
+      const LiedTo told =
+         lieTo(listOf("getRoutableDevices", wire::kString, 1).i32(length).raw("short"), getDevices);
+      EXPECT_EQ(told.code, -52024) << length;
+      EXPECT_THAT(told.json, HasSubstr(length >= 104857600 ? R"("MaxMessageSize reached"})"
+                                                           : R"("No more data to read."})"));
+      EXPECT_THAT(told.peak, Lt(kSmall)) << length;
+   }
+}
+
+TEST(LyingReply, HugeNameWithoutAVersionWordIsRefusedBeforeItIsReserved)
+{
+   const LiedTo told = lieTo(WireBytes().raw("garbage garbage"), getDevices);
+   EXPECT_EQ(told.code, -52024);
+   EXPECT_THAT(told.peak, Lt(kSmall));
+}
+
+TEST(Reply, TextMayGoOnInTheFramesThatFollow)
+{
+   const std::string name(3000000, 'd');
+   WireBytes first = listOf("getRoutableDevices", wire::kString, 2);
+   first.i32(static_cast<int32_t>(name.size())).raw(name.substr(0, 1000));
+   const std::string frames = first.frame() + WireBytes().raw(name.substr(1000, 2000000)).frame() +
+                              WireBytes().raw(name.substr(2001000)).text("e").stop().frame();
+   PeerSession session(answering(frames));
+   for (int i = 0; i < 2; ++i) {
+      CheckedStatus status;
+      char** const devices = zerovaapi_getRoutableDevices(session, status);
+      ASSERT_NE(devices, nullptr) << status.json();
+      EXPECT_EQ(devices[0], name);
+      EXPECT_STREQ(devices[1], "e");
+      zerovaapi_destroyStringArray(devices);
+   }
+}
+
 } // namespace
