@@ -3,6 +3,7 @@
 namespace {
 
 constexpr uint64_t kMostPositive = INT64_MAX;
+constexpr uint64_t kRoomForADigit = kMostPositive / 16;
 
 bool isSpace(char c)
 {
@@ -37,9 +38,10 @@ int lorvex_scanInteger(const char* text, int32_t* value)
 
    const uint64_t most = kMostPositive + (isNegative ? 1 : 0);
    uint64_t magnitude = 0;
-   for (; digitOf(*text) < base; ++text) {
-      const unsigned digit = digitOf(*text);
-      magnitude = magnitude > (most - digit) / base ? most : magnitude * base + digit;
+   for (unsigned digit = digitOf(*text); digit < base; digit = digitOf(*++text)) {
+      // Below the limit there is room for a digit of any base, which spares a division.
+      const bool isBeyond = magnitude >= kRoomForADigit && magnitude > (most - digit) / base;
+      magnitude = isBeyond ? most : magnitude * base + digit;
    }
    *value = static_cast<int32_t>(static_cast<uint32_t>(isNegative ? 0 - magnitude : magnitude));
    return 1;

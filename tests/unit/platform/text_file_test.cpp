@@ -2,17 +2,18 @@
 
 #include "support/scratch_folder.h"
 
-#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <fcntl.h>
+#include <functional>
 #include <gmock/gmock.h>
 #include <string>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
-#include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -46,7 +47,18 @@ int openFailure(const std::string& path)
    return failure;
 }
 
+// What happens between the look at a file and its opening, once.
+std::function<void()> afterNextLook;
+
 } // namespace
+
+// In front of the system's.
+extern "C" int fstatat(int folder, const char* name, struct stat* state, int flags) noexcept
+{
+   const long result = syscall(SYS_newfstatat, folder, name, state, flags);
+   if (const auto happen = std::exchange(afterNextLook, nullptr)) happen();
+   return static_cast<int>(result);
+}
 
 TEST(TextFile, LinesKeepTheirLineFeedsAndCarriageReturns)
 {
@@ -63,11 +75,32 @@ TEST(TextFile, ALineLongerThanTheBufferComesInPieces)
                                             std::string(954, 'x') + "\n", "end\n"));
 }
 
+TEST(TextFile, PiecesKeepToTheBufferWhereverTheyLieInALargeFile)
+{
+   const ScratchFolder folder;
+   const std::vector<std::string> lines =
+      readLines(folder.write("a.txt", std::string(1023 * 500, 'x')));
+   EXPECT_EQ(lines.size(), 500u);
+   EXPECT_THAT(lines, testing::Each(std::string(1023, 'x')));
+}
+
 TEST(TextFile, ALineThatFillsTheBufferLeavesItsLineFeedForTheNextPiece)
 {
    const ScratchFolder folder;
    const std::string path = folder.write("a.txt", "1234567\n123456\n");
    EXPECT_THAT(readLines(path, 8), ElementsAre("1234567", "\n", "123456\n"));
+}
+
+TEST(TextFile, LinesOfAnyLengthComeWholeWhereverTheyLieInALargeFile)
+{
+   const ScratchFolder folder;
+   std::vector<std::string> lines;
+   std::string content;
+   for (size_t i = 0; content.size() < 300000; ++i) {
+      lines.push_back(std::string(i * 7 % 1022, static_cast<char>('a' + i % 26)) + "\n");
+      content += lines.back();
+   }
+   EXPECT_EQ(readLines(folder.write("a.txt", content)), lines);
 }
 
 TEST(TextFile, AnEmptyFileHasNoLines)
@@ -209,27 +242,22 @@ TEST(TextFile, AProgramThatIsStartedMeanwhileDoesNotInheritIt)
    EXPECT_EQ(fcntl(next, F_GETFD), -1) << "the file was not closed";
 }
 
-TEST(TextFile, AFileThatAFifoKeepsReplacingNeverMakesAnOpenWait)
+TEST(TextFile, AFifoThatTakesTheFilesPlaceAfterTheLookIsRefusedWithoutWaiting)
 {
    const ScratchFolder folder;
    const std::string path = folder.write("a.txt", "text");
-   ASSERT_EQ(mkfifo(folder.path("fifo").c_str(), 0600), 0);
-   ASSERT_EQ(rename(path.c_str(), folder.path("file").c_str()), 0);
-   ASSERT_EQ(symlink("file", path.c_str()), 0);
-   std::atomic<bool> isOver = false;
-   std::thread replacing([&] {
-      for (unsigned i = 0; !isOver; ++i) {
-         if (symlink(i % 2 ? "file" : "fifo", folder.path("next").c_str()) == 0)
-            rename(folder.path("next").c_str(), path.c_str());
-      }
-   });
-   int opened = 0;
-   int refused = 0;
-   while (opened < 100 || refused < 100) {
-      const int failure = openFailure(path);
-      ASSERT_TRUE(failure == 0 || failure == EINVAL) << failure;
-      (failure ? refused : opened) += 1;
-   }
-   isOver = true;
-   replacing.join();
+   bool isReplaced = false;
+   afterNextLook = [&] {
+      isReplaced = unlink(path.c_str()) == 0 && mkfifo(path.c_str(), 0600) == 0;
+   };
+   EXPECT_EQ(openFailure(path), EINVAL);
+   EXPECT_TRUE(isReplaced);
+}
+
+TEST(TextFile, AFileThatVanishesAfterTheLookIsMissing)
+{
+   const ScratchFolder folder;
+   const std::string path = folder.write("a.txt", "text");
+   afterNextLook = [&] { unlink(path.c_str()); };
+   EXPECT_EQ(openFailure(path), ENOENT);
 }
