@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <bit>
-#include <cerrno>
 #include <cstring>
 #include <iconv.h>
 #include <iterator>
@@ -189,8 +188,8 @@ bool decodeCurrent(const char* text, size_t length, Write write)
       isFlushed = inputLeft == 0;
       result = iconv(converter, isFlushed ? nullptr : &input, &inputLeft, &output, &outputLeft);
       const size_t count = (sizeof block - outputLeft) / sizeof block[0];
-      // A full block is the one reason to stop that a further round can help.
-      if (result == kIconvFailed && errno == E2BIG && count > 0) result = 0;
+      // A full block is no failure. A failure behind written units comes again in the next round.
+      if (count > 0) result = 0;
       if (result != kIconvFailed) write(block, count);
    } while (result != kIconvFailed && !isFlushed);
    iconv_close(converter);

@@ -71,7 +71,8 @@ inline Search failedNumber(int scanned)
 
 inline std::string withoutLine(const std::string& json)
 {
-   return std::regex_replace(json, std::regex(R"re("line":[1-9][0-9]*)re"), R"("line":0)");
+   static const std::regex line(R"re("line":[1-9][0-9]*)re");
+   return std::regex_replace(json, line, R"("line":0)");
 }
 
 // Runs search(description, status) with a description that holds the text of an earlier search.

@@ -223,7 +223,7 @@ TEST_F(BadErrorFolder, ThatKeepsVanishingGivesTheTextOrNothingOrADocumentedFailu
          std::filesystem::remove_all(path, ignored);
       }
    });
-   for (int i = 0; i < 3000; ++i) {
+   for (int i = 0; i < 500; ++i) {
       const Search search = searchFolder(path, 'c');
       if (search.code == 0) {
          EXPECT_THAT(search.text, AnyOf("", "text"));
