@@ -2,17 +2,18 @@ find_package(GTest REQUIRED)
 include(GoogleTest)
 
 # zerova_add_test(name [EXPORTS | LOADS_LIBRARY] [LOCAL_ENDPOINT | REGISTRY]
-#    SOURCES a.cpp... [LIBRARIES lib...])
+#    SOURCES a.cpp... [REPLACES source...] [LIBRARIES lib...])
 #
 # One test program, each of its tests known to CTest by its own name.
 # EXPORTS: link the built shared library and nothing of its inside; otherwise link the objects.
+# REPLACES: of the objects, link all but those of these sources.
 # LOADS_LIBRARY: link nothing of ours; the program loads the library at ZEROVAAPI_LIBRARY itself.
 # LOCAL_ENDPOINT: the tests bind the service's local endpoints, of which the build has one set, so
 # they take turns.
 # REGISTRY: the same for tests that write into the build's settings tree.
 function(zerova_add_test name)
    cmake_parse_arguments(ARG "EXPORTS;LOADS_LIBRARY;LOCAL_ENDPOINT;REGISTRY" ""
-      "SOURCES;LIBRARIES" ${ARGN})
+      "SOURCES;REPLACES;LIBRARIES" ${ARGN})
    add_executable(${name} ${ARG_SOURCES})
    target_link_libraries(${name} PRIVATE zerova_flags zerova_folders ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main)
    if(ARG_EXPORTS)
@@ -23,8 +24,7 @@ function(zerova_add_test name)
       target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/include")
       target_link_libraries(${name} PRIVATE ${CMAKE_DL_LIBS})
    else()
-      target_link_libraries(${name} PRIVATE
-         zerovaapi_objects $<TARGET_OBJECTS:zerova_interface>)
+      zerova_link_objects(${name} REPLACES ${ARG_REPLACES})
    endif()
    target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
    set(properties TIMEOUT 120)

@@ -51,7 +51,9 @@ void torvik_readRegistryString(const uint16_t* subKey, const uint16_t* valueName
    uint32_t result = platform::kMoreData;
    // Someone may change the value between two passes, so the second need not be the last.
    while (status->code >= 0 && result == platform::kMoreData) {
-      quelerr_WideBuffer_resize(value, size / sizeof *value->data, status);
+      // A value that is no text may have an odd number of bytes; the last one must fit in as well.
+      quelerr_WideBuffer_resize(value, size / sizeof *value->data + size % sizeof *value->data,
+                                status);
       if (status->code < 0) break;
       result = platform::readSettingsValue(key.handle, valueName, value->data, &size);
    }
