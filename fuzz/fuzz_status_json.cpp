@@ -2,6 +2,7 @@
 //
 // Input: how many growths are granted, free bytes of the first buffer, the document up to its NUL,
 // then one line for each addition: a letter that names it, and the text that it adds.
+#include "fuzz/require.h"
 #include "quelerr/json_text.h"
 #include "quelerr/status.h"
 
@@ -24,11 +25,6 @@ bool resize(quelerr_Status* status, uint32_t newCapacity)
    auto* const self = static_cast<LimitedStatus*>(status);
    if (newCapacity != 0 && self->growths-- <= 0) return false;
    return quelerr_defaultResize(status, newCapacity);
-}
-
-void require(bool holds)
-{
-   if (!holds) std::abort();
 }
 
 void requireSoundBuffer(const quelerr_Status& status)
