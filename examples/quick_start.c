@@ -1,16 +1,13 @@
-/* Connects two terminals through the routing service of this machine. */
 #include <stdio.h>
 #include <zerovaapi.h>
 
-int main(void)
+int main(void) /* connects two terminals through the routing service of this machine */
 {
    quelerr_Status status;
-   zerovaapi_Session session;
-   int32_t ticket;
-
    quelerr_heapStatus_init(&status);
-   session = zerovaapi_createSession(&status); /* after a failure the calls below do nothing */
-   ticket = zerovaapi_calculateRoute(session, "/matrix1/ch0", "/matrix1/ch1", NULL, &status);
+   /* The first failure stays in the status, and the calls behind it do nothing. */
+   zerovaapi_Session session = zerovaapi_createSession(&status);
+   int32_t ticket = zerovaapi_calculateRoute(session, "/matrix1/ch0", "/matrix1/ch1", NULL, &status);
    zerovaapi_reserveRoute(session, ticket, &status);
    zerovaapi_programRoute(session, ticket, &status);
    if (status.code < 0)
