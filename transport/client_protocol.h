@@ -1,57 +1,17 @@
-// Where a session's frame layer and protocol do more than the classes they are made of.
+// Where a session's protocol does more than the class it is made of.
 #ifndef TRANSPORT_CLIENT_PROTOCOL_H
 #define TRANSPORT_CLIENT_PROTOCOL_H
 
 #include <thrift/protocol/TBinaryProtocol.h>
 #include <thrift/protocol/TVirtualProtocol.h>
-#include <thrift/transport/TBufferTransports.h>
+#include <thrift/transport/TTransport.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <new>
 #include <string>
-#include <vector>
 
 namespace zerova {
-
-// The limit on the size of a message is one for each message. The base begins a new count only with
-// the next request, so that a stray reply would count against the right one.
-class ClientFraming : public apache::thrift::transport::TFramedTransport
-{
-public:
-   using TFramedTransport::TFramedTransport;
-
-   uint32_t readEnd() override
-   {
-      resetConsumedMessageSize();
-      return TFramedTransport::readEnd();
-   }
-
-   // The protocol asks here for the bytes of a text that goes on behind its frame, and told that
-   // there are none it reserves the whole length before it reads. A length may be a lie, so what
-   // follows is gathered first; the outcome is the one that reading would have had.
-   const uint8_t* borrowSlow(uint8_t*, uint32_t* length) override
-   {
-      checkReadBytesAvailable(*length);
-      std::vector<uint8_t> gathered(rBase_, rBound_);
-      while (gathered.size() < *length) {
-         if (!readFrame() || rBase_ == rBound_)
-            throw TTransportException(TTransportException::END_OF_FILE, "No more data to read.");
-         gathered.insert(gathered.end(), rBase_, rBound_);
-      }
-      const uint32_t size = static_cast<uint32_t>(gathered.size());
-      rBuf_.reset(new uint8_t[size]);
-      rBufSize_ = size;
-      std::copy(gathered.begin(), gathered.end(), rBuf_.get());
-      setReadBuffer(rBuf_.get(), size);
-      *length = size;
-      return rBase_;
-   }
-
-private:
-   using TTransportException = apache::thrift::transport::TTransportException;
-};
 
 class ClientProtocol
    : public apache::thrift::protocol::TVirtualProtocol<

@@ -1,5 +1,6 @@
 #include "transport/client_session.h"
 
+#include "transport/client_framing.h"
 #include "transport/client_protocol.h"
 #include "transport/locator_client.h"
 #include "transport/pipe_transport.h"
@@ -59,6 +60,12 @@ std::unique_ptr<ClientSession> openClientSession(const std::string& pipeName,
       new ClientSession{transport, framed, protocol, APIv1Client(protocol)});
    transport->open();
    return session;
+}
+
+void dropUnfinishedCall(ClientSession& session) noexcept
+{
+   if (auto* const framing = dynamic_cast<ClientFraming*>(session.framed.get()))
+      framing->dropUnfinished();
 }
 
 } // namespace zerova

@@ -27,6 +27,10 @@ struct ClientSession
 std::unique_ptr<ClientSession> openClientSession(const std::string& pipeName,
                                                  const std::string& host);
 
+// Brings a session back in step whose call ended for lack of memory, so that the next call finds it
+// as if that one had not been made. Allocates nothing.
+void dropUnfinishedCall(ClientSession& session) noexcept;
+
 } // namespace zerova
 
 #endif

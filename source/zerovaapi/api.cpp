@@ -134,40 +134,40 @@ int32_t zerovaapi_calculateRoute(zerovaapi_Session session, const char* src_uri,
                                  quelerr_Status* status)
 {
    const RouteAttributes defaults;
-   return guarded(status, ZEROVAAPI_SITE, 0, [&] {
+   return guarded(status, ZEROVAAPI_CALL_SITE(session), 0, [&] {
       return service(session).calculateRoute(src_uri, dest_uri, attrs ? *unwrap(attrs) : defaults);
    });
 }
 
 void zerovaapi_reserveRoute(zerovaapi_Session session, int32_t ticket, quelerr_Status* status)
 {
-   guarded(status, ZEROVAAPI_SITE, [&] { service(session).reserveRoute(ticket); });
+   guarded(status, ZEROVAAPI_CALL_SITE(session), [&] { service(session).reserveRoute(ticket); });
 }
 
 void zerovaapi_programRoute(zerovaapi_Session session, int32_t ticket, quelerr_Status* status)
 {
-   guarded(status, ZEROVAAPI_SITE, [&] { service(session).programRoute(ticket); });
+   guarded(status, ZEROVAAPI_CALL_SITE(session), [&] { service(session).programRoute(ticket); });
 }
 
 void zerovaapi_unprogramRoute(zerovaapi_Session session, int32_t ticket, quelerr_Status* status)
 {
-   guarded(status, ZEROVAAPI_SITE, [&] { service(session).unprogramRoute(ticket); });
+   guarded(status, ZEROVAAPI_CALL_SITE(session), [&] { service(session).unprogramRoute(ticket); });
 }
 
 void zerovaapi_unreserveRoute(zerovaapi_Session session, int32_t ticket, quelerr_Status* status)
 {
-   guarded(status, ZEROVAAPI_SITE, [&] { service(session).unreserveRoute(ticket); });
+   guarded(status, ZEROVAAPI_CALL_SITE(session), [&] { service(session).unreserveRoute(ticket); });
 }
 
 void zerovaapi_destroyRoute(zerovaapi_Session session, int32_t ticket, quelerr_Status* status)
 {
-   guarded(status, ZEROVAAPI_SITE, [&] { service(session).destroyRoute(ticket); });
+   guarded(status, ZEROVAAPI_CALL_SITE(session), [&] { service(session).destroyRoute(ticket); });
 }
 
 zerovaapi_DeviceContainer zerovaapi_getRouteInfo(zerovaapi_Session session, int32_t ticket,
                                                  quelerr_Status* status)
 {
-   return guarded(status, ZEROVAAPI_SITE, nullptr, [&] {
+   return guarded(status, ZEROVAAPI_CALL_SITE(session), nullptr, [&] {
       auto devices = std::make_unique<Devices>();
       service(session).getRouteInfo(*devices, ticket);
       return wrap<zerovaapi_DeviceContainer>(devices.release());
@@ -190,28 +190,28 @@ char* zerovaapi_showRoute(zerovaapi_Session, int32_t, quelerr_Status* status)
 void zerovaapi_destroyImmediateRoute(zerovaapi_Session session, const char* src_uri,
                                      const char* dest_uri, quelerr_Status* status)
 {
-   guarded(status, ZEROVAAPI_SITE,
+   guarded(status, ZEROVAAPI_CALL_SITE(session),
            [&] { service(session).destroyImmediateRoute(src_uri, dest_uri); });
 }
 
 void zerovaapi_destroyImmediateRoutesOnDevice(zerovaapi_Session session, const char* deviceAlias,
                                               quelerr_Status* status)
 {
-   guarded(status, ZEROVAAPI_SITE,
+   guarded(status, ZEROVAAPI_CALL_SITE(session),
            [&] { service(session).destroyImmediateRoutesOnDevice(deviceAlias); });
 }
 
 void zerovaapi_destroyImmediateRoutesFromSource(zerovaapi_Session session, const char* src_uri,
                                                 quelerr_Status* status)
 {
-   guarded(status, ZEROVAAPI_SITE,
+   guarded(status, ZEROVAAPI_CALL_SITE(session),
            [&] { service(session).destroyImmediateRoutesFromSource(src_uri); });
 }
 
 void zerovaapi_destroyImmediateRoutesToDest(zerovaapi_Session session, const char* dest_uri,
                                             quelerr_Status* status)
 {
-   guarded(status, ZEROVAAPI_SITE,
+   guarded(status, ZEROVAAPI_CALL_SITE(session),
            [&] { service(session).destroyImmediateRoutesToDest(dest_uri); });
 }
 
@@ -343,7 +343,7 @@ void zerovaapi_RouteModifiers_setStringModifier(zerovaapi_AttributeMap map, cons
 
 char** zerovaapi_getRoutableDevices(zerovaapi_Session session, quelerr_Status* status)
 {
-   return guarded(status, ZEROVAAPI_SITE, nullptr, [&] {
+   return guarded(status, ZEROVAAPI_CALL_SITE(session), nullptr, [&] {
       std::vector<std::string> names;
       service(session).getRoutableDevices(names);
       return makeStringArray(names);
@@ -355,7 +355,7 @@ zerovaapi_getTerminalNamesAndAttributesForDevice(zerovaapi_Session session, cons
                                                  const char* const* attribute_names,
                                                  quelerr_Status* status)
 {
-   return guarded(status, ZEROVAAPI_SITE, nullptr, [&] {
+   return guarded(status, ZEROVAAPI_CALL_SITE(session), nullptr, [&] {
       const std::vector<std::string> names = copyTexts(attribute_names);
       auto terminals = std::make_unique<Terminals>();
       service(session).getTerminalNamesAndAttributesForDevice(*terminals, dev_name, names);
@@ -458,28 +458,28 @@ void zerovaapi_destroyStringArray(char**) PLATFORM_SAME_ENTRY_AS(zerovaapi_destr
 bool zerovaapi_validateTerminalURI(zerovaapi_Session session, const char* uri,
                                    quelerr_Status* status)
 {
-   return guarded(status, ZEROVAAPI_SITE, false,
+   return guarded(status, ZEROVAAPI_CALL_SITE(session), false,
                   [&] { return service(session).validateTerminalURI(uri); });
 }
 
 bool zerovaapi_areTerminalURIsEqual(zerovaapi_Session session, const char* uri1, const char* uri2,
                                     quelerr_Status* status)
 {
-   return guarded(status, ZEROVAAPI_SITE, false,
+   return guarded(status, ZEROVAAPI_CALL_SITE(session), false,
                   [&] { return service(session).areTerminalURIsEqual(uri1, uri2); });
 }
 
 void zerovaapi_resetTerminal(zerovaapi_Session session, const char* terminal_uri,
                              const char* type_of_reset, quelerr_Status* status)
 {
-   guarded(status, ZEROVAAPI_SITE,
+   guarded(status, ZEROVAAPI_CALL_SITE(session),
            [&] { service(session).resetTerminal(terminal_uri, type_of_reset); });
 }
 
 int32_t zerovaapi_calculateResetTerminal(zerovaapi_Session session, const char* terminal_uri,
                                          const char* type_of_reset, quelerr_Status* status)
 {
-   return guarded(status, ZEROVAAPI_SITE, 0, [&] {
+   return guarded(status, ZEROVAAPI_CALL_SITE(session), 0, [&] {
       return service(session).calculateResetTerminal(terminal_uri, type_of_reset);
    });
 }
@@ -487,30 +487,33 @@ int32_t zerovaapi_calculateResetTerminal(zerovaapi_Session session, const char* 
 void zerovaapi_initiateDeviceReset(zerovaapi_Session session, const char* dev_name,
                                    quelerr_Status* status)
 {
-   guarded(status, ZEROVAAPI_SITE, [&] { service(session).initiateDeviceReset(dev_name); });
+   guarded(status, ZEROVAAPI_CALL_SITE(session),
+           [&] { service(session).initiateDeviceReset(dev_name); });
 }
 
 void zerovaapi_completeDeviceReset(zerovaapi_Session session, const char* dev_name,
                                    quelerr_Status* status)
 {
-   guarded(status, ZEROVAAPI_SITE, [&] { service(session).completeDeviceReset(dev_name); });
+   guarded(status, ZEROVAAPI_CALL_SITE(session),
+           [&] { service(session).completeDeviceReset(dev_name); });
 }
 
 int32_t zerovaapi_getSystemChangeNumber(zerovaapi_Session session, quelerr_Status* status)
 {
-   return guarded(status, ZEROVAAPI_SITE, 0,
+   return guarded(status, ZEROVAAPI_CALL_SITE(session), 0,
                   [&] { return service(session).getSystemChangeNumber(); });
 }
 
 bool zerovaapi_hasTerminalInformationChanged(zerovaapi_Session session, int32_t change_number,
                                              quelerr_Status* status)
 {
-   return guarded(status, ZEROVAAPI_SITE, false,
+   return guarded(status, ZEROVAAPI_CALL_SITE(session), false,
                   [&] { return service(session).hasTerminalInformationChanged(change_number); });
 }
 
 // True on failure, unlike all others: callers rely on it.
 bool zerovaapi_isDebug(zerovaapi_Session session, quelerr_Status* status)
 {
-   return guarded(status, ZEROVAAPI_SITE, true, [&] { return service(session).isDebug(); });
+   return guarded(status, ZEROVAAPI_CALL_SITE(session), true,
+                  [&] { return service(session).isDebug(); });
 }

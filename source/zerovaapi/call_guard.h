@@ -7,6 +7,7 @@
 #include "quelerr/exception_base.h"
 #include "quelerr/status.h"
 #include "source/zerovaapi/status_codes.h"
+#include "transport/client_session.h"
 
 #include <thrift/TApplicationException.h>
 #include <thrift/protocol/TProtocolException.h>
@@ -20,14 +21,18 @@
 
 namespace zerova {
 
-// Where a guard stands, and the code it gives to a failure of the connection.
+// Where a guard stands, the code it gives to a failure of the connection, and the session on which
+// a call is made, if one is.
 struct GuardSite
 {
    int32_t line;
    StatusCode connectionFailure;
+   ClientSession* session = nullptr;
 };
 
-// The site of a function that uses an open session.
+// The sites of a function that calls the service on an open session, and of one that does not.
+#define ZEROVAAPI_CALL_SITE(session)                                                               \
+   (::zerova::GuardSite{__LINE__, ::zerova::kCommunicationsFault, ::zerova::unwrap(session)})
 #define ZEROVAAPI_SITE (::zerova::GuardSite{__LINE__, ::zerova::kCommunicationsFault})
 
 // Writes a failure that no exception told, with a sentence for the developer unless debugText is
@@ -48,7 +53,7 @@ std::invoke_result_t<Body> caught(quelerr_Status* status, GuardSite site,
                                   std::type_identity_t<std::invoke_result_t<Body>> failure,
                                   Body&& body)
 {
-   const auto& [line, connectionFailure] = site;
+   const auto& [line, connectionFailure, session] = site;
    try {
       return body();
    } catch (const ThriftStatus& e) {
@@ -63,6 +68,7 @@ std::invoke_result_t<Body> caught(quelerr_Status* status, GuardSite site,
       quelerr_Status_adopt(status, &e.status);
    } catch (const std::bad_alloc&) {
       takeOutOfMemory(status, line);
+      if (session) dropUnfinishedCall(*session);
    } catch (const std::exception& e) {
       takeException(status, kSoftwareFault, line, "std_exception_what", e);
    }

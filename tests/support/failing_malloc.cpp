@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 
 // The allocator that would have been called but for this file, under the name that it keeps.
 #ifdef UNDER_SANITIZER
@@ -15,6 +16,7 @@ void* BEHIND(malloc)(size_t size);
 void* BEHIND(calloc)(size_t count, size_t size);
 void* BEHIND(realloc)(void* block, size_t size);
 void* BEHIND(memalign)(size_t alignment, size_t size);
+void BEHIND(free)(void* block);
 }
 
 namespace {
@@ -25,6 +27,7 @@ constexpr size_t kNever = SIZE_MAX;
 thread_local size_t failingIndex = kNever;
 thread_local bool failsBehind = false;
 thread_local size_t allocations = 0;
+thread_local ptrdiff_t live = 0;
 
 // Refuses what no system has as well: a sanitizer would end the process instead.
 bool mustFail(size_t size)
@@ -37,30 +40,47 @@ bool mustFail(size_t size)
    return fails;
 }
 
+void* taken(void* block)
+{
+   if (block) ++live;
+   return block;
+}
+
 } // namespace
 
 extern "C" {
 
 void* malloc(size_t size)
 {
-   return mustFail(size) ? nullptr : BEHIND(malloc)(size);
+   return mustFail(size) ? nullptr : taken(BEHIND(malloc)(size));
 }
 
 void* calloc(size_t count, size_t size)
 {
-   return mustFail(size) ? nullptr : BEHIND(calloc)(count, size);
+   return mustFail(size) ? nullptr : taken(BEHIND(calloc)(count, size));
 }
 
 // Lets go of memory as the system's does: a size of 0 is no allocation and does not fail.
 void* realloc(void* block, size_t size)
 {
-   const bool releases = block && size == 0;
-   return !releases && mustFail(size) ? nullptr : BEHIND(realloc)(block, size);
+   if (block && size == 0) {
+      free(block);
+      return nullptr;
+   }
+   if (mustFail(size)) return nullptr;
+   void* const moved = BEHIND(realloc)(block, size);
+   return block ? moved : taken(moved);
 }
 
 void* aligned_alloc(size_t alignment, size_t size)
 {
-   return mustFail(size) ? nullptr : BEHIND(memalign)(alignment, size);
+   return mustFail(size) ? nullptr : taken(BEHIND(memalign)(alignment, size));
+}
+
+void free(void* block)
+{
+   if (block) --live;
+   BEHIND(free)(block);
 }
 
 } // extern "C"
@@ -87,4 +107,9 @@ size_t FailingMalloc::count() const
 bool FailingMalloc::hasFailed() const
 {
    return allocations > index_;
+}
+
+ptrdiff_t liveBlocks()
+{
+   return live;
 }

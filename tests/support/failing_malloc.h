@@ -33,6 +33,10 @@ private:
    const size_t index_;
 };
 
+// Blocks that this thread has taken so far less those that it has given back: equal before and
+// after something that leaves nothing behind. Blocks that go from one thread to another spoil it.
+ptrdiff_t liveBlocks();
+
 // Runs attempt(index) with the first allocation failing, then with the second, and so on, until one
 // runs through without a failure. check(index) runs after each failed one, with memory to be had.
 // Returns the number of allocations of the last run.

@@ -121,4 +121,41 @@ TEST(FailingMalloc, WalkFailsEachAllocationOnceAndReturnsTheirNumber)
    EXPECT_EQ(failures, 3);
 }
 
+TEST(FailingMalloc, LiveBlocksAreThoseTakenAndNotYetGivenBack)
+{
+   const ptrdiff_t before = liveBlocks();
+   void* blocks[4] = {allocate(8), allocateZeroed(1, 8), reallocate(nullptr, 8),
+                      allocateAligned(16, 16)};
+   const ptrdiff_t taken = liveBlocks() - before;
+   blocks[0] = reallocate(blocks[0], 800);
+   const ptrdiff_t grown = liveBlocks() - before;
+   const bool isGone = reallocate(blocks[1], 0) == nullptr;
+   const ptrdiff_t released = liveBlocks() - before;
+   for (void* const block : {blocks[0], blocks[2], blocks[3]})
+      std::free(block);
+   std::free(nullptr);
+   const ptrdiff_t left = liveBlocks() - before;
+   EXPECT_EQ(taken, 4);
+   EXPECT_EQ(grown, 4);
+   EXPECT_TRUE(isGone);
+   EXPECT_EQ(released, 3);
+   EXPECT_EQ(left, 0);
+}
+
+TEST(FailingMalloc, BlockThatCouldNotGrowStaysTaken)
+{
+   const ptrdiff_t before = liveBlocks();
+   void* const block = allocate(8);
+   void* grown = nullptr;
+   {
+      const FailingMalloc failing(0);
+      grown = reallocate(block, 800);
+   }
+   const ptrdiff_t taken = liveBlocks() - before;
+   std::free(block);
+   EXPECT_EQ(grown, nullptr);
+   EXPECT_EQ(taken, 1);
+   EXPECT_EQ(liveBlocks(), before);
+}
+
 } // namespace
