@@ -19,6 +19,8 @@ bool stopSockets();
 Socket createTcpSocket();
 // A socket that no wait finds ready as long as nobody wants to interrupt it.
 Socket createWakeSocket();
+// For a socket that was not created here.
+bool keepFromChildren(Socket socket);
 bool setNonBlocking(Socket socket);
 bool closeSocket(Socket socket); // false for an invalid one
 void shutDownSending(Socket socket);

@@ -1,5 +1,6 @@
 #include "transport/client_session.h"
 
+#include "platform/socket.h"
 #include "transport/client_framing.h"
 #include "transport/client_protocol.h"
 #include "transport/locator_client.h"
@@ -32,6 +33,20 @@ void silenceThriftOnce()
    static_cast<void>(silent);
 }
 
+// A service learns of a session's end from the end of its connection alone, and a child process
+// that has inherited the socket would keep it alive. Thrift creates its sockets inheritable.
+class RemoteTransport : public TSocket
+{
+public:
+   using TSocket::TSocket;
+
+   void open() override
+   {
+      TSocket::open();
+      platform::keepFromChildren(static_cast<platform::Socket>(getSocketFD()));
+   }
+};
+
 // 0 if there is no port to be had: the connection then fails by itself.
 int findServicePort(const std::string& host)
 {
@@ -44,7 +59,7 @@ int findServicePort(const std::string& host)
 std::shared_ptr<TTransport> makeTransport(const std::string& pipeName, const std::string& host)
 {
    if (host.empty()) return std::make_shared<TPipe>(pipeName);
-   return std::make_shared<TSocket>(host, findServicePort(host));
+   return std::make_shared<RemoteTransport>(host, findServicePort(host));
 }
 
 } // namespace

@@ -62,6 +62,11 @@ Socket createWakeSocket()
    return socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
 }
 
+bool keepFromChildren(Socket socket)
+{
+   return fcntl(descriptorOf(socket), F_SETFD, FD_CLOEXEC) == 0;
+}
+
 bool setNonBlocking(Socket socket)
 {
    const int flags = fcntl(descriptorOf(socket), F_GETFL);
