@@ -1,111 +1,118 @@
 #include "transport/client_session.h"
 
+#include "service/locator_peer.h"
+#include "service/wire_bytes.h"
 #include "unit/transport/counted_heap.h"
-#include "unit/transport/peers.h"
-#include "unit/transport/wire.h"
+#include "unit/transport/descriptors.h"
+#include "unit/transport/local_service.h"
+#include "unit/transport/system_faults.h"
 
-#include <future>
 #include <gtest/gtest.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <thrift/Thrift.h>
 #include <thrift/transport/TBufferTransports.h>
 #include <thrift/transport/TSocket.h>
 
 namespace {
 
+using apache::thrift::transport::TFramedTransport;
+using apache::thrift::transport::TSocket;
 using apache::thrift::transport::TTransportException;
-using namespace wire;
-using peers::Descriptor;
 using std::string_literals::operator""s;
+using zerova::openClientSession;
+using zerova::test::Listener;
+using zerova::test::LocatorPeer;
+using zerova::test::LoopbackAddress;
+using zerova::test::RawPeer;
+using zerova::test::RemotePeer;
+using zerova::test::Script;
+using zerova::test::WireBytes;
+namespace wire = zerova::test::wire;
 
-constexpr uint16_t kLocatorPort = 3580;
+using Failure = std::pair<int, std::string>;
 
-// What open throws, as type and text.
-std::pair<int, std::string> failureOfOpening(const std::string& pipe, const std::string& host)
+template <typename Action>
+Failure failureOf(Action action)
 {
    try {
-      zerova::openClientSession(pipe, host);
+      action();
    } catch (const TTransportException& failure) {
       return {failure.getType(), failure.what()};
    }
-   return {-1, "opened"};
+   return {-1, "nothing was thrown"};
 }
 
-// Serves one look-up with the given reply.
-std::string serveLookUp(const peers::TcpListener& locator, const std::string& reply)
+// A service that plays a script at a local endpoint of its own.
+struct LocalPeer
 {
-   Descriptor client = locator.accept();
-   const std::string request = peers::receiveThrough(client, "\r\n\r\n");
-   peers::sendAll(client, reply);
-   return request;
+   explicit LocalPeer(Script script)
+      : name(unusedPipeName())
+      , peer(Listener::local(name), std::move(script))
+   {
+   }
+
+   const std::string name;
+   RawPeer peer;
+};
+
+Script answering(const std::string& reply)
+{
+   return Script().receive().send(reply).hold();
 }
 
 TEST(LocalSession, CallGoesOutAsOneFrameAndItsReplyComesBack)
 {
-   peers::LocalListener service;
-   const auto session = zerova::openClientSession(service.name(), "");
-   Descriptor client = service.accept();
-   peers::sendAll(client,
-                  frame(header(reply, "isDebug") + field(boolean, 0) + byte(1) + byte(stop)));
-
+   LocalPeer service(answering(zerova::test::boolReply("isDebug", true)));
+   const auto session = openClientSession(service.name, "");
    EXPECT_TRUE(session->client.isDebug());
-   EXPECT_EQ(peers::receive(client, 24), "\0\0\0\x14\x80\x01\0\x01\0\0\0\x07isDebug\0\0\0\0\0"s);
+   EXPECT_EQ(service.peer.frames(),
+             std::vector{"\0\0\0\x14\x80\x01\0\x01\0\0\0\x07isDebug\0\0\0\0\0"s});
 }
 
-TEST(LocalSession, SendsNothingByItself)
+TEST(LocalSession, EndOfASessionIsTheEndOfItsConnectionAndSendsNothing)
 {
-   peers::LocalListener service;
-   auto session = zerova::openClientSession(service.name(), "");
-   Descriptor client = service.accept();
-   session.reset();
-   EXPECT_EQ(peers::receiveToEnd(client), "");
+   LocalPeer service(Script().hold());
+   const size_t before = descriptors::countOpen();
+   openClientSession(service.name, "").reset();
+   ASSERT_TRUE(service.peer.waitUntilFinished(0));
+   EXPECT_EQ(service.peer.record(0).rest, "");
+   EXPECT_EQ(service.peer.record(0).end, zerova::test::StreamEnd::kClosed);
+   EXPECT_EQ(descriptors::countOpen(), before);
 }
 
-TEST(LocalSession, EndClosesItsConnection)
+TEST(LocalSession, ServiceThatClosesDuringACallFailsTheTransfer)
 {
-   peers::LocalListener service;
-   const size_t before = peers::openDescriptors();
-   zerova::openClientSession(service.name(), "").reset();
-   EXPECT_EQ(peers::openDescriptors(), before);
+   LocalPeer service(Script().receive().close());
+   const auto session = openClientSession(service.name, "");
+   EXPECT_EQ(failureOf([&] { session->client.isDebug(); }),
+             Failure(TTransportException::UNKNOWN, "getOverlappedResultWithTimeout failed"));
 }
 
-TEST(LocalSession, ServiceThatGoesAwayBetweenCallsFailsTheCallAndLeavesTheSession)
+TEST(LocalSession, ServiceThatHasGoneFailsEachFurtherCallAndLeavesTheSession)
 {
-   peers::LocalListener service;
-   const auto session = zerova::openClientSession(service.name(), "");
-   service.accept().close();
-   for (int call = 0; call < 2; ++call) {
-      try {
-         session->client.isDebug();
-         FAIL() << "the call returned";
-      } catch (const TTransportException& failure) {
-         EXPECT_EQ(failure.getType(), TTransportException::UNKNOWN);
-         EXPECT_STREQ(failure.what(), "TPipe: write failed");
-      }
-   }
+   LocalPeer service(Script().close());
+   const auto session = openClientSession(service.name, "");
+   ASSERT_TRUE(service.peer.waitUntilFinished(0));
+   for (int call = 0; call < 2; ++call)
+      EXPECT_EQ(failureOf([&] { session->client.isDebug(); }),
+                Failure(TTransportException::UNKNOWN, "TPipe: write failed"));
    EXPECT_TRUE(session->transport->isOpen());
 }
 
 TEST(LocalSession, MissingServiceFailsToOpenAndLeavesNothingOpen)
 {
-   const size_t before = peers::openDescriptors();
-   EXPECT_EQ(failureOfOpening(peers::unusedPipeName(), ""), std::pair(1, "Unable to open pipe"s));
-   EXPECT_EQ(peers::openDescriptors(), before);
+   const size_t before = descriptors::countOpen();
+   EXPECT_EQ(failureOf([] { openClientSession(unusedPipeName(), ""); }),
+             Failure(TTransportException::NOT_OPEN, "Unable to open pipe"));
+   EXPECT_EQ(descriptors::countOpen(), before);
 }
 
-TEST(LocalSession, NothingReachesStandardError)
+TEST(LocalSession, LayersStandOnOneAnother)
 {
-   testing::internal::CaptureStderr();
-   failureOfOpening(peers::unusedPipeName(), "");
-   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-}
-
-TEST(LocalSession, LayersAreBuiltOnOneAnother)
-{
-   peers::LocalListener service;
-   const auto session = zerova::openClientSession(service.name(), "");
-   const auto framed =
-      std::dynamic_pointer_cast<apache::thrift::transport::TFramedTransport>(session->framed);
+   const LocalPeer service(Script().hold());
+   const auto session = openClientSession(service.name, "");
+   const auto framed = std::dynamic_pointer_cast<TFramedTransport>(session->framed);
    ASSERT_TRUE(framed);
    EXPECT_EQ(framed->getUnderlyingTransport(), session->transport);
    EXPECT_EQ(session->protocol->getTransport(), session->framed);
@@ -115,8 +122,8 @@ TEST(LocalSession, LayersAreBuiltOnOneAnother)
 
 TEST(LocalSession, LimitsAreTheDefaults)
 {
-   peers::LocalListener service;
-   const auto session = zerova::openClientSession(service.name(), "");
+   const LocalPeer service(Script().hold());
+   const auto session = openClientSession(service.name, "");
    for (const auto& transport : {session->transport, session->framed}) {
       EXPECT_EQ(transport->getConfiguration()->getMaxMessageSize(), 104857600);
       EXPECT_EQ(transport->getConfiguration()->getMaxFrameSize(), 16384000);
@@ -126,121 +133,138 @@ TEST(LocalSession, LimitsAreTheDefaults)
 
 TEST(LocalSession, FreshSessionHoldsAtMost16KiB)
 {
-   peers::LocalListener service;
-   zerova::openClientSession(service.name(), "").reset(); // what is made once for the process
+   LocalService service;                          // has no thread whose memory would be counted
+   openClientSession(service.name(), "").reset(); // what is made once for the process
    const size_t before = countedHeap::heldBytes();
-   const auto session = zerova::openClientSession(service.name(), "");
+   const auto session = openClientSession(service.name(), "");
    const size_t held = countedHeap::heldBytes() - before;
    EXPECT_GT(held, sizeof(zerova::ClientSession));
    EXPECT_LE(held, 16u * 1024);
+   RecordProperty("heldBytes", static_cast<int>(held));
+}
+
+TEST(LocalSession, FirstFailureAlreadyReachesNoOutput)
+{
+   testing::internal::CaptureStderr();
+   failureOf([] { openClientSession(unusedPipeName(), ""); });
+   apache::thrift::GlobalOutput("to whom it may concern");
+   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+std::string hostHasHeard;
+
+TEST(LocalSession, OutputThatTheHostSetsLaterIsTheHosts)
+{
+   failureOf([] { openClientSession(unusedPipeName(), ""); });
+   apache::thrift::GlobalOutput.setOutputFunction([](const char* text) { hostHasHeard = text; });
+   failureOf([] { openClientSession(unusedPipeName(), ""); });
+   apache::thrift::GlobalOutput("heard");
+   apache::thrift::GlobalOutput.setOutputFunction([](const char*) {});
+   EXPECT_EQ(hostHasHeard, "heard");
 }
 
 TEST(RemoteSession, GoesToThePortThatTheLocatorNames)
 {
-   const peers::TcpListener locator(kLocatorPort);
-   const peers::TcpListener service = peers::TcpListener::beside(locator);
-   const std::string answer = "Port=" + std::to_string(service.port()) + "\r\n";
-   std::future<std::string> request =
-      std::async(std::launch::async, [&] { return serveLookUp(locator, answer); });
-
-   const auto session = zerova::openClientSession("Trevanta/Zerova", locator.host());
-   EXPECT_EQ(request.get(), "GET Trevanta%2FZerova HTTP/1.0\r\n\r\n");
-   Descriptor client = service.accept();
-   peers::sendAll(client, voidReply("version"));
+   RemotePeer remote(Script().acceptVersion().hold());
+   const auto session = openClientSession("Trevanta/Zerova", remote.host());
    session->client.version("1.0");
-   const std::string sent =
-      frame(header(call, "version") + field(string, 1) + text("1.0") + byte(stop));
-   EXPECT_EQ(peers::receive(client, sent.size()), sent);
+   EXPECT_EQ(remote.locator().requests(), std::vector{"GET Trevanta%2FZerova HTTP/1.0\r\n\r\n"s});
+   EXPECT_EQ(
+      remote.service().frames(),
+      std::vector{WireBytes().message(wire::kCall, "version").textField(1, "1.0").stop().frame()});
 }
 
 TEST(RemoteSession, LocatorThatKnowsNoPortGivesPort0WhichIsNotConnected)
 {
-   const peers::TcpListener locator(kLocatorPort);
-   std::future<std::string> request =
-      std::async(std::launch::async, [&] { return serveLookUp(locator, "HTTP/1.0 404\r\n"); });
-   EXPECT_EQ(failureOfOpening("", locator.host()),
-             std::pair(1, "connect() failed: Connection refused"s));
-   EXPECT_NE(request.get(), "");
+   const LoopbackAddress host;
+   LocatorPeer locator(host.text(), "HTTP/1.0 404 Not Found\r\n\r\n");
+   EXPECT_EQ(failureOf([&] { openClientSession("", host.text()); }),
+             Failure(TTransportException::NOT_OPEN, "connect() failed: Connection refused"));
+   EXPECT_EQ(locator.requests().size(), 1u);
 }
 
-TEST(RemoteSession, HostWithoutLocatorFailsAtTheConnection)
+TEST(RemoteSession, HostWithoutALocatorFailsAtTheConnection)
 {
-   const peers::TcpListener elsewhere; // for an address with nothing at the locator's port
-   EXPECT_EQ(failureOfOpening("", elsewhere.host()),
-             std::pair(1, "connect() failed: Connection refused"s));
+   const LoopbackAddress host;
+   EXPECT_EQ(failureOf([&] { openClientSession("", host.text()); }),
+             Failure(TTransportException::NOT_OPEN, "connect() failed: Connection refused"));
+}
+
+TEST(RemoteSession, SocketCallsThatDoNotStartGivePort0)
+{
+   const LoopbackAddress host;
+   LocatorPeer locator(host.text(), "Port=1\r\n");
+   const faults::Failing failing(faults::Call::kSocket, EMFILE);
+   EXPECT_EQ(failureOf([&] { openClientSession("", host.text()); }),
+             Failure(TTransportException::NOT_OPEN, "connect() failed: Connection refused"));
+   EXPECT_TRUE(locator.requests().empty());
 }
 
 TEST(RemoteSession, HostWithAPortIsTakenForANameAsAWhole)
 {
-   const peers::TcpListener locator(kLocatorPort);
-   EXPECT_EQ(failureOfOpening("", locator.host() + ":4711"),
-             std::pair(1, "Could not resolve host for client socket."s));
-   EXPECT_TRUE(locator.nobodyWaits());
+   const LoopbackAddress host;
+   LocatorPeer locator(host.text(), "Port=1\r\n");
+   EXPECT_EQ(failureOf([&] { openClientSession("", host.text() + ":4711"); }),
+             Failure(TTransportException::NOT_OPEN, "Could not resolve host for client socket."));
+   EXPECT_TRUE(locator.requests().empty());
 }
-
-TEST(RemoteSession, LookUpLeavesNothingOpen)
-{
-   const peers::TcpListener elsewhere;
-   const size_t before = peers::openDescriptors();
-   failureOfOpening("", elsewhere.host());
-   EXPECT_EQ(peers::openDescriptors(), before);
-}
-
-// A session over TCP and the descriptor of its service's end.
-struct RemotePair
-{
-   RemotePair()
-      : locator(kLocatorPort)
-      , service(peers::TcpListener::beside(locator))
-   {
-      const std::string answer = "Port=" + std::to_string(service.port()) + "\n";
-      const auto served = std::async(std::launch::async, [&] { serveLookUp(locator, answer); });
-      session = zerova::openClientSession("", locator.host());
-      client = service.accept();
-   }
-
-   peers::TcpListener locator;
-   peers::TcpListener service;
-   std::unique_ptr<zerova::ClientSession> session;
-   Descriptor client;
-};
 
 TEST(RemoteSession, ServiceThatClosesDuringACallEndsTheData)
 {
-   RemotePair pair;
-   const auto closed = std::async(std::launch::async, [&] {
-      peers::receive(pair.client, 24);
-      pair.client.close();
-   });
-   try {
-      pair.session->client.isDebug();
-      FAIL() << "the call returned";
-   } catch (const TTransportException& failure) {
-      EXPECT_EQ(failure.getType(), TTransportException::END_OF_FILE);
-      EXPECT_STREQ(failure.what(), "No more data to read.");
-   }
+   RemotePeer remote(Script().receive().close());
+   const auto session = openClientSession("", remote.host());
+   EXPECT_EQ(failureOf([&] { session->client.isDebug(); }),
+             Failure(TTransportException::END_OF_FILE, "No more data to read."));
 }
 
-TEST(RemoteSession, ResetConnectionEndsTheDataOrFailsTheWrite)
+TEST(RemoteSession, ServiceThatHasGoneEndsTheDataOrFailsTheWrite)
 {
-   RemotePair pair;
-   peers::reset(pair.client);
-   EXPECT_THROW(pair.session->client.isDebug(), TTransportException);
+   RemotePeer remote(Script().close());
+   const auto session = openClientSession("", remote.host());
+   ASSERT_TRUE(remote.service().waitUntilFinished(0));
+   EXPECT_THROW(session->client.isDebug(), TTransportException);
+   EXPECT_THROW(session->client.isDebug(), TTransportException);
+}
+
+TEST(RemoteSession, ResetConnectionIsAFailureOfTheTransport)
+{
+   RemotePeer remote(Script().receive().reset());
+   const auto session = openClientSession("", remote.host());
+   EXPECT_THROW(session->client.isDebug(), TTransportException);
+}
+
+TEST(RemoteSession, EndLeavesNothingOpen)
+{
+   RemotePeer remote(Script().hold());
+   openClientSession("", remote.host()).reset();
+   ASSERT_TRUE(remote.service().waitUntilFinished(0));
+   ASSERT_TRUE(remote.locator().peer().waitUntilFinished(0));
+   EXPECT_FALSE(zerova::test::StreamEnd::kOpen == remote.service().record(0).end);
+}
+
+TEST(RemoteSession, SocketIsNotInherited)
+{
+   RemotePeer remote(Script().hold());
+   const auto session = openClientSession("", remote.host());
+   const auto socket = std::dynamic_pointer_cast<TSocket>(session->transport);
+   ASSERT_TRUE(socket);
+   EXPECT_TRUE(descriptors::closesOnExec(static_cast<int>(socket->getSocketFD())));
 }
 
 TEST(RemoteSession, SettingsOfTheSocketAreTheDefaults)
 {
-   const RemotePair pair;
-   const auto socket =
-      std::dynamic_pointer_cast<apache::thrift::transport::TSocket>(pair.session->transport);
+   RemotePeer remote(Script().hold());
+   const auto session = openClientSession("", remote.host());
+   const auto socket = std::dynamic_pointer_cast<TSocket>(session->transport);
    ASSERT_TRUE(socket);
+   const int descriptor = static_cast<int>(socket->getSocketFD());
    int noDelay = 0;
    socklen_t size = sizeof(noDelay);
-   getsockopt(socket->getSocketFD(), IPPROTO_TCP, TCP_NODELAY, &noDelay, &size);
+   getsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &noDelay, &size);
    EXPECT_NE(noDelay, 0);
    linger onClose{};
    size = sizeof(onClose);
-   getsockopt(socket->getSocketFD(), SOL_SOCKET, SO_LINGER, &onClose, &size);
+   getsockopt(descriptor, SOL_SOCKET, SO_LINGER, &onClose, &size);
    EXPECT_NE(onClose.l_onoff, 0);
    EXPECT_EQ(onClose.l_linger, 0);
 }

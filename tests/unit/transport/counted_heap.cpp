@@ -4,14 +4,12 @@
 #include <cstdlib>
 #include <malloc.h>
 #include <new>
-#include <utility>
 
 namespace countedHeap {
 namespace {
 
 std::atomic<size_t> held{0};
 std::atomic<size_t> largest{0};
-thread_local bool refuseNothrow = false;
 
 void* allocate(size_t size)
 {
@@ -33,11 +31,6 @@ size_t takeLargestRequest()
    return largest.exchange(0);
 }
 
-void failNextNothrow()
-{
-   refuseNothrow = true;
-}
-
 } // namespace countedHeap
 
 void* operator new(size_t size)
@@ -54,7 +47,7 @@ void* operator new[](size_t size)
 
 void* operator new(size_t size, const std::nothrow_t&) noexcept
 {
-   return std::exchange(countedHeap::refuseNothrow, false) ? nullptr : countedHeap::allocate(size);
+   return countedHeap::allocate(size);
 }
 
 void* operator new[](size_t size, const std::nothrow_t& tag) noexcept

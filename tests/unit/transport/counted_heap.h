@@ -9,8 +9,6 @@ namespace countedHeap {
 size_t heldBytes();
 // The most that was asked for in one piece since the last call.
 size_t takeLargestRequest();
-// The next request of this thread that may answer with a null pointer does so.
-void failNextNothrow();
 
 } // namespace countedHeap
 

@@ -1,0 +1,407 @@
+// What the stubs make of replies, whole and otherwise.
+#include "transport/client_framing.h"
+#include "transport/client_protocol.h"
+
+#include "APIv1.h"
+#include "service/wire_bytes.h"
+#include "unit/transport/counted_heap.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <thrift/TApplicationException.h>
+
+namespace {
+
+using apache::thrift::TApplicationException;
+using apache::thrift::TConfiguration;
+using apache::thrift::protocol::TProtocolException;
+using apache::thrift::transport::TMemoryBuffer;
+using apache::thrift::transport::TTransportException;
+using zerova::ThriftStatus;
+using zerova::test::WireBytes;
+namespace wire = zerova::test::wire;
+
+// A client and the replies that wait for it.
+struct Replies
+{
+   explicit Replies(const std::string& bytes, std::shared_ptr<TConfiguration> limits = nullptr)
+   {
+      const auto bottom = std::make_shared<TMemoryBuffer>(
+         reinterpret_cast<uint8_t*>(const_cast<char*>(bytes.data())),
+         static_cast<uint32_t>(bytes.size()), TMemoryBuffer::COPY);
+      framed = std::make_shared<zerova::ClientFraming>(bottom, limits);
+      client =
+         std::make_unique<zerova::APIv1Client>(std::make_shared<zerova::ClientProtocol>(framed));
+   }
+
+   std::vector<std::string> devices()
+   {
+      std::vector<std::string> names;
+      client->recv_getRoutableDevices(names);
+      return names;
+   }
+
+   std::shared_ptr<zerova::ClientFraming> framed;
+   std::unique_ptr<zerova::APIv1Client> client;
+};
+
+template <typename Exception, typename Action>
+std::pair<int, std::string> failureOf(Action action)
+{
+   try {
+      action();
+   } catch (const Exception& failure) {
+      return {static_cast<int>(failure.getType()), failure.what()};
+   }
+   return {-1, "nothing was thrown"};
+}
+
+using Failure = std::pair<int, std::string>;
+const Failure kEndOfData{TTransportException::END_OF_FILE, "No more data to read."};
+const Failure kMissingResult{TApplicationException::MISSING_RESULT,
+                             "isDebug failed: unknown result"};
+
+std::string debugReply(const WireBytes& header)
+{
+   return WireBytes(header).boolField(0, true).stop().frame();
+}
+
+std::string deviceListHeader(uint8_t elementType, int32_t count, const std::string& behind = "")
+{
+   return WireBytes()
+      .message(wire::kReply, "getRoutableDevices")
+      .field(wire::kList, 0)
+      .listHeader(elementType, count)
+      .raw(behind)
+      .frame();
+}
+
+TEST(Reply, SequenceIdDoesNotMatter)
+{
+   Replies replies(debugReply(WireBytes().message(wire::kReply, "isDebug", 7)));
+   EXPECT_TRUE(replies.client->recv_isDebug());
+}
+
+TEST(Reply, HeaderWithoutAVersionWordIsAccepted)
+{
+   Replies replies(debugReply(WireBytes().messageWithoutVersion(wire::kReply, "isDebug")));
+   EXPECT_TRUE(replies.client->recv_isDebug());
+}
+
+TEST(StrayReply, IsSkippedAndTheNextMessageIsTheReply)
+{
+   Replies replies(zerova::test::voidReply("reserveRoute") +
+                   zerova::test::boolReply("isDebug", true));
+   EXPECT_TRUE(replies.client->recv_isDebug());
+}
+
+TEST(StrayReply, MayHoldStructsInListsOfMaps)
+{
+   Replies replies(zerova::test::deviceListReply() + zerova::test::boolReply("isDebug", true));
+   EXPECT_TRUE(replies.client->recv_isDebug());
+}
+
+TEST(StrayReply, IsFollowedByARightOneThatHoldsStructs)
+{
+   Replies replies(zerova::test::voidReply("version") + zerova::test::deviceListReply());
+   std::vector<zerova::DeviceInfo> devices;
+   replies.client->recv_getRouteInfo(devices);
+   ASSERT_EQ(devices.size(), 1u);
+   EXPECT_EQ(devices[0].terminals.size(), 1u);
+}
+
+TEST(StrayReply, AloneLeavesTheStubWaitingForMore)
+{
+   Replies replies(zerova::test::voidReply("version"));
+   EXPECT_EQ(failureOf<TTransportException>([&] { replies.client->recv_isDebug(); }), kEndOfData);
+}
+
+TEST(StrayReply, NextMessageIsTheReplyWhateverItIs)
+{
+   const std::string stray = zerova::test::voidReply("version");
+   Replies named(stray + zerova::test::boolReply("someOtherMethod", true));
+   EXPECT_TRUE(named.client->recv_isDebug());
+   Replies old(stray + debugReply(WireBytes().messageWithoutVersion(wire::kReply, "isDebug")));
+   EXPECT_TRUE(old.client->recv_isDebug());
+   Replies empty(stray + zerova::test::voidReply("isDebug"));
+   EXPECT_EQ(failureOf<TApplicationException>([&] { empty.client->recv_isDebug(); }),
+             kMissingResult);
+}
+
+TEST(StrayReply, ClientIsInStepAfterwards)
+{
+   Replies replies(zerova::test::voidReply("version") + zerova::test::boolReply("isDebug", true) +
+                   zerova::test::i32Reply("getSystemChangeNumber", 5) +
+                   zerova::test::voidReply("stray") +
+                   zerova::test::i32Reply("getSystemChangeNumber", 6));
+   EXPECT_TRUE(replies.client->recv_isDebug());
+   EXPECT_EQ(replies.client->recv_getSystemChangeNumber(), 5);
+   EXPECT_EQ(replies.client->recv_getSystemChangeNumber(), 6);
+}
+
+TEST(StrayCall, IsSkippedLikeAStrayReply)
+{
+   const std::string call = WireBytes().message(wire::kCall, "isDebug").stop().frame();
+   Replies replies(call + zerova::test::boolReply("isDebug", true));
+   EXPECT_TRUE(replies.client->recv_isDebug());
+}
+
+TEST(StrayCall, OfAnotherMethodCostsTwoMessages)
+{
+   const std::string call = WireBytes().message(wire::kCall, "version").stop().frame();
+   const std::string lost = zerova::test::boolReply("isDebug", false);
+   Replies replies(call + lost + zerova::test::boolReply("isDebug", true));
+   EXPECT_TRUE(replies.client->recv_isDebug());
+}
+
+TEST(ExceptionReply, WithoutAMessageGivesTheTextOfItsType)
+{
+   Replies known(zerova::test::exceptionReply("isDebug", 1, ""));
+   EXPECT_EQ(failureOf<TApplicationException>([&] { known.client->recv_isDebug(); }),
+             Failure(1, "TApplicationException: Unknown method"));
+   Replies unknown(zerova::test::exceptionReply("isDebug", 42, ""));
+   EXPECT_EQ(failureOf<TApplicationException>([&] { unknown.client->recv_isDebug(); }),
+             Failure(42, "TApplicationException: (Invalid exception type)"));
+}
+
+TEST(ExceptionReply, GivesItsMessage)
+{
+   Replies replies(zerova::test::exceptionReply("isDebug", 1, "no such thing"));
+   EXPECT_EQ(failureOf<TApplicationException>([&] { replies.client->recv_isDebug(); }),
+             Failure(1, "no such thing"));
+}
+
+TEST(ExceptionReply, LeavesTheStreamInStep)
+{
+   Replies replies(zerova::test::exceptionReply("isDebug", 1, "x") +
+                   zerova::test::boolReply("isDebug", true));
+   EXPECT_THROW(replies.client->recv_isDebug(), TApplicationException);
+   EXPECT_TRUE(replies.client->recv_isDebug());
+}
+
+TEST(StatusReply, IsThrownAsACopyThatOutlivesTheReply)
+{
+   ThriftStatus caught;
+   {
+      Replies replies(zerova::test::statusReply("reserveRoute", -5, std::string(1000, 'd')));
+      try {
+         replies.client->recv_reserveRoute();
+      } catch (const ThriftStatus& status) {
+         caught = status;
+      }
+   }
+   EXPECT_EQ(caught.code, -5);
+   EXPECT_EQ(caught.description, std::string(1000, 'd'));
+}
+
+TEST(Reply, WithoutAResultIsAMissingResult)
+{
+   Replies replies(zerova::test::voidReply("isDebug"));
+   EXPECT_EQ(failureOf<TApplicationException>([&] { replies.client->recv_isDebug(); }),
+             kMissingResult);
+}
+
+TEST(Reply, WithAWrongVersionWordIsRefused)
+{
+   Replies replies(WireBytes().raw("\x80\x02").i16(2).text("isDebug").i32(0).stop().frame());
+   EXPECT_EQ(failureOf<TProtocolException>([&] { replies.client->recv_isDebug(); }),
+             Failure(TProtocolException::BAD_VERSION, "Bad version identifier"));
+}
+
+// A stray reply and a right one that each take more than half of what a message may have.
+TEST(MessageSize, IsCountedForEachMessage)
+{
+   const std::string stray = zerova::test::textListReply("stray", {std::string(600, 's')});
+   const std::string right =
+      zerova::test::textListReply("getRoutableDevices", {std::string(600, 'd')});
+   Replies replies(stray + right, std::make_shared<TConfiguration>(1000));
+   EXPECT_EQ(replies.devices(), std::vector<std::string>{std::string(600, 'd')});
+}
+
+TEST(MessageSize, IsLimited)
+{
+   Replies replies(zerova::test::textListReply("getRoutableDevices", {std::string(1001, 'd')}),
+                   std::make_shared<TConfiguration>(1000));
+   EXPECT_EQ(failureOf<TTransportException>([&] { replies.devices(); }),
+             Failure(TTransportException::END_OF_FILE, "MaxMessageSize reached"));
+}
+
+// A reply with one text, as long as it takes to fill a frame of the given size.
+std::string replyOfSize(size_t size)
+{
+   const size_t around = zerova::test::textListReply("getRoutableDevices", {""}).size() - 4;
+   return zerova::test::textListReply("getRoutableDevices", {std::string(size - around, 'x')});
+}
+
+TEST(FrameSize, Of16384000BytesIsRead)
+{
+   Replies replies(replyOfSize(16384000));
+   EXPECT_EQ(replies.devices().size(), 1u);
+}
+
+TEST(FrameSize, Of16384001BytesIsRefused)
+{
+   Replies replies(replyOfSize(16384001));
+   EXPECT_EQ(failureOf<TTransportException>([&] { replies.devices(); }),
+             Failure(TTransportException::CORRUPTED_DATA, "Received an oversized frame"));
+}
+
+TEST(FrameSize, BelowZeroIsRefused)
+{
+   Replies replies(WireBytes().i32(-1).bytes());
+   EXPECT_EQ(failureOf<TTransportException>([&] { replies.devices(); }),
+             Failure(TTransportException::UNKNOWN, "Frame size has negative value"));
+}
+
+TEST(FrameSize, CutShortIsTold)
+{
+   Replies replies(WireBytes().i16(0).bytes());
+   EXPECT_EQ(failureOf<TTransportException>([&] { replies.devices(); }),
+             Failure(TTransportException::END_OF_FILE,
+                     "No more data to read after partial frame header."));
+}
+
+// A reply of one text that announces a length, and what there is of the text.
+std::string replyAnnouncing(int32_t length, const std::string& present)
+{
+   return WireBytes()
+      .message(wire::kReply, "getRoutableDevices")
+      .field(wire::kList, 0)
+      .listHeader(wire::kString, 1)
+      .i32(length)
+      .raw(present)
+      .frame();
+}
+
+TEST(TextLength, ThatLiesReservesOnlyWhatHasCome)
+{
+   Replies replies(replyAnnouncing(100000000, "short"));
+   countedHeap::takeLargestRequest();
+   EXPECT_EQ(failureOf<TTransportException>([&] { replies.devices(); }), kEndOfData);
+   EXPECT_LT(countedHeap::takeLargestRequest(), 10000u);
+}
+
+TEST(TextLength, AboveTheSizeOfAMessageIsRefused)
+{
+   Replies replies(replyAnnouncing(104857601, "short"));
+   EXPECT_EQ(failureOf<TTransportException>([&] { replies.devices(); }),
+             Failure(TTransportException::END_OF_FILE, "MaxMessageSize reached"));
+}
+
+TEST(TextLength, MayReachOverSeveralFrames)
+{
+   Replies replies(replyAnnouncing(9, "one") + WireBytes().raw("two").frame() +
+                   WireBytes().raw("six").stop().frame() +
+                   zerova::test::boolReply("isDebug", true));
+   EXPECT_EQ(replies.devices(), std::vector<std::string>{"onetwosix"});
+   EXPECT_TRUE(replies.client->recv_isDebug());
+}
+
+TEST(TextLength, BelowZeroIsRefused)
+{
+   Replies replies(replyAnnouncing(-1, ""));
+   EXPECT_EQ(failureOf<TProtocolException>([&] { replies.devices(); }),
+             Failure(TProtocolException::NEGATIVE_SIZE, "TProtocolException: Negative size"));
+}
+
+TEST(ElementCount, AboveWhatTheFrameHoldsIsRefusedBeforeAnythingIsReserved)
+{
+   for (const uint8_t type : {wire::kString, wire::kStruct, wire::kMap, wire::kList}) {
+      Replies replies(deviceListHeader(type, 0x40000000, std::string(500, '\0')));
+      countedHeap::takeLargestRequest();
+      EXPECT_THROW(replies.devices(), std::bad_alloc) << "element type " << int{type};
+      EXPECT_LT(countedHeap::takeLargestRequest(), 10000u);
+   }
+}
+
+TEST(ElementCount, OfStructsThatLieIsRefusedToo)
+{
+   Replies replies(WireBytes()
+                      .message(wire::kReply, "getRouteInfo")
+                      .field(wire::kList, 0)
+                      .listHeader(wire::kStruct, 1048577)
+                      .raw(std::string(1000, '\0'))
+                      .frame());
+   std::vector<zerova::DeviceInfo> devices;
+   countedHeap::takeLargestRequest();
+   EXPECT_THROW(replies.client->recv_getRouteInfo(devices), std::bad_alloc);
+   EXPECT_LT(countedHeap::takeLargestRequest(), 10000u);
+}
+
+TEST(ElementCount, OfAMapIsHeldToTheSame)
+{
+   Replies replies(WireBytes()
+                      .message(wire::kReply, "getTerminalNamesAndAttributesForDevice")
+                      .field(wire::kList, 0)
+                      .listHeader(wire::kMap, 1)
+                      .mapHeader(wire::kStruct, wire::kStruct, 1048577)
+                      .raw(std::string(1000, '\0'))
+                      .frame());
+   std::vector<std::map<std::string, zerova::Attribute>> terminals;
+   EXPECT_THROW(replies.client->recv_getTerminalNamesAndAttributesForDevice(terminals),
+                std::bad_alloc);
+}
+
+TEST(ElementCount, OfASetInAnUnknownFieldIsHeldToTheSame)
+{
+   constexpr uint8_t kSet = 14;
+   Replies replies(WireBytes()
+                      .message(wire::kReply, "isDebug")
+                      .field(kSet, 99)
+                      .listHeader(wire::kStruct, 1048577)
+                      .raw(std::string(1000, '\0'))
+                      .frame());
+   EXPECT_THROW(replies.client->recv_isDebug(), std::bad_alloc);
+}
+
+TEST(ElementCount, UpTo1048576IsTakenOnTrustAndRunsIntoTheEndOfTheData)
+{
+   Replies replies(WireBytes()
+                      .message(wire::kReply, "isDebug")
+                      .field(wire::kList, 99)
+                      .listHeader(wire::kStruct, 1048576)
+                      .frame());
+   EXPECT_EQ(failureOf<TTransportException>([&] { replies.client->recv_isDebug(); }), kEndOfData);
+}
+
+TEST(ElementCount, AboveThatIsTakenIfTheFrameHoldsAsMany)
+{
+   const std::vector<std::string> names(1048577);
+   Replies replies(zerova::test::textListReply("getRoutableDevices", names));
+   EXPECT_EQ(replies.devices().size(), names.size());
+}
+
+TEST(ElementCount, AsManyAsBytesLeftIsTakenAndOneMoreIsNot)
+{
+   const auto reply = [](int32_t count) {
+      return WireBytes()
+         .message(wire::kReply, "isDebug")
+         .field(wire::kList, 99)
+         .listHeader(wire::kStruct, count)
+         .raw(std::string(1048580, '\0')) // empty structs, then the end of the result
+         .frame();
+   };
+   Replies fits(reply(1048579));
+   EXPECT_EQ(failureOf<TApplicationException>([&] { fits.client->recv_isDebug(); }),
+             kMissingResult);
+   Replies fills(reply(1048580));
+   EXPECT_EQ(failureOf<TTransportException>([&] { fills.client->recv_isDebug(); }), kEndOfData);
+   Replies exceeds(reply(1048581));
+   EXPECT_THROW(exceeds.client->recv_isDebug(), std::bad_alloc);
+}
+
+TEST(ElementCount, ChecksOfTheProtocolComeFirst)
+{
+   Replies tooMuch(deviceListHeader(wire::kI32, 30000000));
+   EXPECT_EQ(failureOf<TTransportException>([&] { tooMuch.devices(); }),
+             Failure(TTransportException::END_OF_FILE, "MaxMessageSize reached"));
+   Replies negative(deviceListHeader(wire::kStruct, -1));
+   EXPECT_EQ(failureOf<TProtocolException>([&] { negative.devices(); }),
+             Failure(TProtocolException::NEGATIVE_SIZE, "TProtocolException: Negative size"));
+   Replies noType(deviceListHeader(99, 0x40000000));
+   EXPECT_EQ(failureOf<TProtocolException>([&] { noType.devices(); }),
+             Failure(TProtocolException::UNKNOWN, "unrecognized type code"));
+}
+
+} // namespace

@@ -1,0 +1,213 @@
+// One transfer on a pipe with a time limit, which no session sets.
+#include "transport/pipe_handles.h"
+#include "transport/pipe_transfer.h"
+#include "unit/transport/system_faults.h"
+
+#include <cerrno>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/socket.h>
+#include <thrift/Thrift.h>
+#include <thrift/transport/TTransportException.h>
+
+namespace {
+
+using apache::thrift::transport::getOverlappedResultWithTimeout;
+using apache::thrift::transport::pseudo_sync_read;
+using apache::thrift::transport::pseudo_sync_write;
+using apache::thrift::transport::TAutoHandle;
+using apache::thrift::transport::TManualResetEvent;
+using apache::thrift::transport::TTransportException;
+
+std::string diagnostics;
+
+class PipeTransfer : public testing::Test
+{
+protected:
+   PipeTransfer()
+   {
+      int pair[2] = {-1, -1};
+      EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair), 0);
+      own.reset(pair[0]);
+      peer.reset(pair[1]);
+      diagnostics.clear();
+      apache::thrift::GlobalOutput.setOutputFunction([](const char* text) { diagnostics += text; });
+   }
+   ~PipeTransfer() override
+   {
+      apache::thrift::GlobalOutput.setOutputFunction([](const char*) {});
+   }
+
+   void sendFromPeer(const std::string& bytes)
+   {
+      EXPECT_EQ(send(static_cast<int>(peer.get()), bytes.data(), bytes.size(), MSG_NOSIGNAL),
+                static_cast<ssize_t>(bytes.size()));
+   }
+
+   // Until a write would wait.
+   void fillOwnBuffer()
+   {
+      const std::string block(65536, 'x');
+      while (send(static_cast<int>(own.get()), block.data(), block.size(),
+                  MSG_NOSIGNAL | MSG_DONTWAIT) > 0)
+      {
+      }
+   }
+
+   uint32_t read(int32_t limit)
+   {
+      return pseudo_sync_read(own.get(), event.get(), buffer, 8, limit);
+   }
+   void write(int32_t limit) { pseudo_sync_write(own.get(), event.get(), buffer, 8, limit); }
+
+   template <typename Action>
+   void expectFailure(Action action, int type, const std::string& text,
+                      const std::string& diagnostic)
+   {
+      try {
+         action();
+         ADD_FAILURE() << "nothing was thrown";
+      } catch (const TTransportException& failure) {
+         EXPECT_EQ(failure.getType(), type);
+         EXPECT_EQ(failure.what(), text);
+      }
+      EXPECT_EQ(diagnostics, diagnostic);
+   }
+
+   TAutoHandle own;
+   TAutoHandle peer;
+   TManualResetEvent event;
+   uint8_t buffer[8] = {};
+};
+
+TEST_F(PipeTransfer, ReadThatGetsNothingTimesOut)
+{
+   expectFailure([&] { read(10); }, TTransportException::TIMED_OUT,
+                 "getOverlappedResultWithTimeout timed out",
+                 "getOverlappedResultWithTimeout timed out");
+}
+
+TEST_F(PipeTransfer, ReadThatTimedOutTookNothing)
+{
+   EXPECT_THROW(read(10), TTransportException);
+   sendFromPeer("later");
+   EXPECT_EQ(read(10), 5u);
+}
+
+TEST_F(PipeTransfer, ReadWithinItsLimitReturnsWhatCame)
+{
+   sendFromPeer("abc");
+   EXPECT_EQ(read(60000), 3u);
+}
+
+TEST_F(PipeTransfer, EndOfTheConnectionWithinTheLimitIsAFailureAndNoTimeOut)
+{
+   peer.reset();
+   expectFailure([&] { read(60000); }, TTransportException::UNKNOWN,
+                 "getOverlappedResultWithTimeout failed",
+                 "getOverlappedResultWithTimeout errored GLE=: Broken pipe");
+}
+
+TEST_F(PipeTransfer, WriteThatFindsNoRoomTimesOut)
+{
+   fillOwnBuffer();
+   expectFailure([&] { write(10); }, TTransportException::TIMED_OUT,
+                 "getOverlappedResultWithTimeout timed out",
+                 "getOverlappedResultWithTimeout timed out");
+}
+
+TEST_F(PipeTransfer, WriteThatFindsRoomNeedsNoWait)
+{
+   faults::WatchedPoll polls;
+   write(60000);
+   EXPECT_TRUE(polls.limits().empty());
+}
+
+TEST_F(PipeTransfer, WaitThatFailsFailsTheTransfer)
+{
+   faults::WatchedPoll polls;
+   polls.failNext(ENOMEM);
+   expectFailure([&] { read(60000); }, TTransportException::UNKNOWN,
+                 "getOverlappedResultWithTimeout failed",
+                 "getOverlappedResultWithTimeout errored GLE=: Cannot allocate memory");
+}
+
+TEST_F(PipeTransfer, InterruptedWaitGoesOnWithWhatIsLeftOfItsLimit)
+{
+   faults::WatchedPoll polls;
+   polls.failNext(EINTR, 2);
+   sendFromPeer("abc");
+   EXPECT_EQ(read(60000), 3u);
+   ASSERT_EQ(polls.limits().size(), 3u);
+   for (const int limit : polls.limits()) {
+      EXPECT_LE(limit, 60000);
+      EXPECT_GT(limit, 30000);
+   }
+}
+
+TEST_F(PipeTransfer, NoLimitMeansNoPoll)
+{
+   faults::WatchedPoll polls;
+   sendFromPeer("abc");
+   EXPECT_EQ(read(-1), 3u);
+   write(-1);
+   EXPECT_TRUE(polls.limits().empty());
+}
+
+TEST_F(PipeTransfer, ZeroIsNoLimitEither)
+{
+   faults::WatchedPoll polls;
+   sendFromPeer("abc");
+   EXPECT_EQ(read(0), 3u);
+   EXPECT_TRUE(polls.limits().empty());
+}
+
+TEST_F(PipeTransfer, ReadWithoutAHandleFailsItsStart)
+{
+   own.reset();
+   expectFailure([&] { read(-1); }, TTransportException::UNKNOWN, "TPipe: read failed",
+                 "TPipe ::ReadFile errored GLE=: Bad file descriptor");
+}
+
+TEST_F(PipeTransfer, WriteWithoutAHandleFailsItsStart)
+{
+   own.reset();
+   expectFailure([&] { write(-1); }, TTransportException::UNKNOWN, "TPipe: write failed",
+                 "TPipe ::WriteFile errored GLE=: Bad file descriptor");
+}
+
+TEST_F(PipeTransfer, WriteOfNothingDoesNotEvenLookAtTheHandle)
+{
+   own.reset();
+   EXPECT_NO_THROW(pseudo_sync_write(own.get(), event.get(), buffer, 0, -1));
+}
+
+TEST_F(PipeTransfer, FailedTransferRaisesItsEventAndTheNextOneLowersIt)
+{
+   const platform::PipeTransfer probe{event.get()};
+   EXPECT_THROW(read(10), TTransportException);
+   EXPECT_EQ(platform::waitForTransfer(probe, 0).result, platform::TransferWait::ended);
+
+   platform::PipeTransfer transfer{event.get()};
+   ASSERT_EQ(platform::startRead(own.get(), buffer, sizeof(buffer), transfer), 0);
+   EXPECT_EQ(platform::waitForTransfer(transfer, 0).result, platform::TransferWait::timedOut);
+}
+
+TEST_F(PipeTransfer, FinishThatMayNotBlockFailsWhileTheTransferIsUnderWay)
+{
+   platform::PipeTransfer transfer{event.get()};
+   ASSERT_EQ(platform::startRead(own.get(), buffer, sizeof(buffer), transfer), 0);
+   uint32_t count = 0;
+   EXPECT_EQ(platform::finishTransfer(transfer, false, count), EAGAIN);
+}
+
+TEST_F(PipeTransfer, ClosedHandleFailsTheWait)
+{
+   platform::PipeTransfer transfer{event.get()};
+   ASSERT_EQ(platform::startRead(1000000, buffer, sizeof(buffer), transfer), 0);
+   const platform::WaitedTransfer waited = platform::waitForTransfer(transfer, 60000);
+   EXPECT_EQ(waited.result, platform::TransferWait::failed);
+   EXPECT_EQ(waited.error, EBADF);
+}
+
+} // namespace

@@ -1,0 +1,437 @@
+#include "transport/pipe_transport.h"
+
+#include "support/failing_malloc.h"
+#include "unit/transport/descriptors.h"
+#include "unit/transport/local_service.h"
+#include "unit/transport/system_faults.h"
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <future>
+#include <gtest/gtest.h>
+#include <numeric>
+#include <sys/socket.h>
+#include <thrift/concurrency/Exception.h>
+#include <unistd.h>
+
+namespace {
+
+using apache::thrift::TConfiguration;
+using apache::thrift::concurrency::SystemResourceException;
+using apache::thrift::transport::TNamedPipeImpl;
+using apache::thrift::transport::TPipe;
+using apache::thrift::transport::TTransport;
+using apache::thrift::transport::TTransportException;
+using zerova::test::Stream;
+
+struct Failure
+{
+   int type;
+   std::string what;
+   bool operator==(const Failure&) const = default;
+};
+
+void PrintTo(const Failure& failure, std::ostream* out)
+{
+   *out << "type " << failure.type << " \"" << failure.what << '"';
+}
+
+template <typename Action>
+Failure failureOf(Action action)
+{
+   try {
+      action();
+   } catch (const TTransportException& failure) {
+      return {failure.getType(), failure.what()};
+   }
+   return {-1, "nothing was thrown"};
+}
+
+const uint8_t* bytesOf(const std::string& text)
+{
+   return reinterpret_cast<const uint8_t*>(text.data());
+}
+
+uint8_t* bytesOf(std::string& text)
+{
+   return reinterpret_cast<uint8_t*>(text.data());
+}
+
+void write(TPipe& pipe, const std::string& text)
+{
+   pipe.write(bytesOf(text), static_cast<uint32_t>(text.size()));
+}
+
+// An open pipe and the service's end of it.
+struct OpenPipe
+{
+   OpenPipe()
+      : pipe(service.name())
+      , client((pipe.open(), service.accept()))
+   {
+   }
+
+   std::string read(uint32_t length)
+   {
+      std::string buffer(length, '\0');
+      buffer.resize(pipe.read(bytesOf(buffer), length));
+      return buffer;
+   }
+
+   LocalService service;
+   TPipe pipe;
+   Stream client;
+};
+
+TEST(PipeName, ShortNameGetsThePrefix)
+{
+   EXPECT_EQ(TPipe("com.zerova").getPipename(), "\\\\.\\pipe\\com.zerova");
+   EXPECT_EQ(TPipe("Trevanta/Zerova").getPipename(), "\\\\.\\pipe\\Trevanta/Zerova");
+   EXPECT_EQ(TPipe("").getPipename(), "\\\\.\\pipe\\");
+}
+
+TEST(PipeName, SingleBackslashesDoNotMakeAFullPath)
+{
+   EXPECT_EQ(TPipe("\\a\\b").getPipename(), "\\\\.\\pipe\\\\a\\b");
+}
+
+TEST(PipeName, NameThatBeginsWithTwoBackslashesIsUnchanged)
+{
+   EXPECT_EQ(TPipe("\\\\host\\pipe\\a").getPipename(), "\\\\host\\pipe\\a");
+}
+
+TEST(PipeName, NameWithTwoBackslashesInItsMiddleIsUnchanged)
+{
+   EXPECT_EQ(TPipe("a\\\\b").getPipename(), "a\\\\b");
+}
+
+TEST(Pipe, FullNameReachesTheSameServiceAsTheShortOne)
+{
+   LocalService service;
+   TPipe pipe(fullPipeName(service.name()));
+   pipe.open();
+   write(pipe, "hello");
+   Stream client = service.accept();
+   EXPECT_EQ(service.read(client, 5), "hello");
+}
+
+TEST(Pipe, IsClosedUntilOpened)
+{
+   LocalService service;
+   TPipe pipe(service.name());
+   EXPECT_FALSE(pipe.isOpen());
+   EXPECT_FALSE(pipe.peek());
+   pipe.open();
+   EXPECT_TRUE(pipe.isOpen());
+   EXPECT_TRUE(pipe.peek());
+}
+
+TEST(Pipe, CloseTwiceIsHarmless)
+{
+   OpenPipe open;
+   open.pipe.close();
+   open.pipe.close();
+   EXPECT_FALSE(open.pipe.isOpen());
+   EXPECT_EQ(open.service.readToEnd(open.client), "");
+}
+
+TEST(Pipe, OpensAgainAfterAClose)
+{
+   OpenPipe open;
+   open.pipe.close();
+   open.pipe.open();
+   Stream second = open.service.accept();
+   write(open.pipe, "again");
+   EXPECT_EQ(open.service.read(second, 5), "again");
+}
+
+TEST(Pipe, DestructionClosesTheHandle)
+{
+   LocalService service;
+   const size_t before = descriptors::countOpen();
+   {
+      TPipe pipe(service.name());
+      pipe.open();
+      EXPECT_EQ(descriptors::countOpen(), before + 1);
+   }
+   EXPECT_EQ(descriptors::countOpen(), before);
+}
+
+TEST(Pipe, ReadReturnsWhatOneTransferDelivers)
+{
+   OpenPipe open;
+   open.service.write(open.client, "abc");
+   EXPECT_EQ(open.read(100), "abc");
+}
+
+TEST(Pipe, ReadOfFewerBytesLeavesTheRest)
+{
+   OpenPipe open;
+   open.service.write(open.client, "abcdef");
+   EXPECT_EQ(open.read(2), "ab");
+   EXPECT_EQ(open.read(100), "cdef");
+}
+
+TEST(Pipe, ReadOfNothingReturnsAtOnce)
+{
+   OpenPipe open;
+   EXPECT_EQ(open.read(0), "");
+}
+
+TEST(Pipe, ReadAllCollectsUntilAllIsThere)
+{
+   OpenPipe open;
+   const auto sent = std::async(std::launch::async, [&] {
+      for (const char* piece : {"a", "bc", "def"})
+         open.service.write(open.client, piece);
+   });
+   std::string buffer(6, '\0');
+   EXPECT_EQ(static_cast<TTransport&>(open.pipe).readAll(bytesOf(buffer), 6), 6u);
+   EXPECT_EQ(buffer, "abcdef");
+}
+
+TEST(Pipe, ReadAllOfNothingDoesNotRead)
+{
+   TPipe closed("nothing");
+   EXPECT_EQ(closed.readAll(nullptr, 0), 0u);
+}
+
+TEST(Pipe, EndOfTheConnectionFailsTheTransfer)
+{
+   OpenPipe open;
+   const auto closed = std::async(std::launch::async, [&] { open.client.close(); });
+   EXPECT_EQ(failureOf([&] { open.read(1); }),
+             (Failure{TTransportException::UNKNOWN, "getOverlappedResultWithTimeout failed"}));
+}
+
+TEST(Pipe, EndOfTheConnectionInsideReadAllFailsTheTransfer)
+{
+   OpenPipe open;
+   open.service.write(open.client, "ab");
+   open.client.close();
+   std::string buffer(3, '\0');
+   EXPECT_EQ(failureOf([&] { open.pipe.readAll(bytesOf(buffer), 3); }),
+             (Failure{TTransportException::UNKNOWN, "getOverlappedResultWithTimeout failed"}));
+}
+
+TEST(Pipe, ResetConnectionFailsTheTransferLikeAnyEnd)
+{
+   OpenPipe open;
+   write(open.pipe, "never read");
+   open.client.close();
+   EXPECT_EQ(failureOf([&] { open.read(1); }),
+             (Failure{TTransportException::UNKNOWN, "getOverlappedResultWithTimeout failed"}));
+}
+
+TEST(Pipe, FailedTransferLeavesThePipeOpen)
+{
+   OpenPipe open;
+   open.client.close();
+   EXPECT_THROW(open.read(1), TTransportException);
+   EXPECT_TRUE(open.pipe.isOpen());
+}
+
+TEST(Pipe, WriteToAClosedPeerFailsItsStartAndRaisesNoSignal)
+{
+   OpenPipe open;
+   open.client.close();
+   const auto previous = std::signal(SIGPIPE, SIG_DFL); // ends the process if it is raised
+   EXPECT_EQ(failureOf([&] { write(open.pipe, "x"); }),
+             (Failure{TTransportException::UNKNOWN, "TPipe: write failed"}));
+   std::signal(SIGPIPE, previous);
+}
+
+TEST(Pipe, WriteOfNothingDoesNothing)
+{
+   OpenPipe open;
+   open.client.close();
+   EXPECT_NO_THROW(write(open.pipe, ""));
+}
+
+TEST(Pipe, LargeWriteGoesOutWhole)
+{
+   OpenPipe open;
+   std::string large(8u << 20, '\0');
+   std::iota(large.begin(), large.end(), '\0');
+   const auto written = std::async(std::launch::async, [&] { write(open.pipe, large); });
+   EXPECT_TRUE(open.service.read(open.client, large.size()) == large);
+}
+
+TEST(Pipe, PeerThatClosesDuringALargeWriteFailsIt)
+{
+   OpenPipe open;
+   const std::string large(8u << 20, 'x');
+   const auto closed = std::async(std::launch::async, [&] {
+      open.service.read(open.client, 1000);
+      open.client.close();
+   });
+   EXPECT_THROW(write(open.pipe, large), TTransportException);
+}
+
+TEST(Pipe, OneReadAndOneWriteMayRunAtOnce)
+{
+   OpenPipe open;
+   const std::string large(4u << 20, 'x');
+   const auto echoed = std::async(std::launch::async, [&] {
+      open.service.write(open.client, open.service.read(open.client, large.size()));
+   });
+   const auto written = std::async(std::launch::async, [&] { write(open.pipe, large); });
+   std::string buffer(large.size(), '\0');
+   open.pipe.readAll(bytesOf(buffer), static_cast<uint32_t>(buffer.size()));
+   EXPECT_TRUE(buffer == large);
+}
+
+TEST(Pipe, ReadOnAClosedPipeIsNotOpen)
+{
+   TPipe closed("nothing");
+   uint8_t byte = 0;
+   EXPECT_EQ(failureOf([&] { closed.read(&byte, 1); }),
+             (Failure{TTransportException::NOT_OPEN, "Called read on non-open pipe"}));
+}
+
+TEST(Pipe, WriteOnAClosedPipeIsNotOpen)
+{
+   TPipe closed("nothing");
+   EXPECT_EQ(failureOf([&] { write(closed, "x"); }),
+             (Failure{TTransportException::NOT_OPEN, "Called write on non-open pipe"}));
+}
+
+TEST(Pipe, SizeOfAReadIsCheckedBeforeOpenness)
+{
+   TPipe closed("nothing", std::make_shared<TConfiguration>(10));
+   uint8_t bytes[11];
+   EXPECT_EQ(failureOf([&] { closed.read(bytes, 11); }),
+             (Failure{TTransportException::END_OF_FILE, "MaxMessageSize reached"}));
+   EXPECT_EQ(failureOf([&] { closed.read(bytes, 10); }),
+             (Failure{TTransportException::NOT_OPEN, "Called read on non-open pipe"}));
+}
+
+TEST(Pipe, WriteHasNoSizeCheck)
+{
+   LocalService service;
+   TPipe pipe(service.name(), std::make_shared<TConfiguration>(10));
+   pipe.open();
+   write(pipe, "more than ten");
+   Stream client = service.accept();
+   EXPECT_EQ(service.read(client, 13), "more than ten");
+}
+
+TEST(Pipe, EndsAndFlushDoNothing)
+{
+   TPipe closed("nothing");
+   EXPECT_EQ(closed.readEnd(), 0u);
+   EXPECT_EQ(closed.writeEnd(), 0u);
+   EXPECT_NO_THROW(closed.flush());
+}
+
+TEST(Pipe, InterruptedCallsAreResumed)
+{
+   LocalService service;
+   TPipe pipe(service.name());
+   const faults::Failing connect(faults::Call::kConnect, EINTR, 2);
+   pipe.open();
+   EXPECT_TRUE(connect.hasHappened());
+   Stream client = service.accept();
+
+   const faults::Failing send(faults::Call::kSend, EINTR, 2);
+   write(pipe, "x");
+   EXPECT_TRUE(send.hasHappened());
+   EXPECT_EQ(service.read(client, 1), "x");
+
+   service.write(client, "y");
+   const faults::Failing receive(faults::Call::kReceive, EINTR, 2);
+   uint8_t byte = 0;
+   EXPECT_EQ(pipe.read(&byte, 1), 1u);
+   EXPECT_TRUE(receive.hasHappened());
+}
+
+std::atomic<int> signalsTaken = 0;
+
+TEST(Pipe, ReadGoesOnAfterSignals)
+{
+   OpenPipe open;
+   struct sigaction counting
+   {
+   };
+   counting.sa_handler = [](int) { ++signalsTaken; }; // no SA_RESTART
+   struct sigaction previous
+   {
+   };
+   sigaction(SIGUSR1, &counting, &previous);
+   signalsTaken = 0;
+   const pthread_t reader = pthread_self();
+   const auto sent = std::async(std::launch::async, [&] {
+      while (signalsTaken < 3)
+         pthread_kill(reader, SIGUSR1);
+      open.service.write(open.client, "late");
+   });
+   EXPECT_EQ(open.read(4), "late");
+   sent.wait();
+   sigaction(SIGUSR1, &previous, nullptr);
+}
+
+TEST(Pipe, HandleOfAnImplementationIsClosedWhenAnotherIsTaken)
+{
+   int first[2];
+   int second[2];
+   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, first), 0);
+   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, second), 0);
+   {
+      TNamedPipeImpl impl;
+      impl.setPipeHandle(first[0]);
+      impl.setPipeHandle(first[0]);
+      EXPECT_TRUE(descriptors::isOpen(first[0])) << "the same handle stays";
+      impl.setPipeHandle(second[0]);
+      EXPECT_FALSE(descriptors::isOpen(first[0]));
+      EXPECT_EQ(impl.getPipeHandle(), second[0]);
+   }
+   EXPECT_FALSE(descriptors::isOpen(second[0]));
+   close(first[1]);
+   close(second[1]);
+}
+
+TEST(Pipe, ImplementationHasNoHandleToWriteOrToWaitOn)
+{
+   TNamedPipeImpl impl;
+   impl.setWrtPipeHandle(0);
+   EXPECT_EQ(impl.getWrtPipeHandle(), platform::kInvalidHandle);
+   EXPECT_EQ(impl.getNativeWaitHandle(), platform::kInvalidHandle);
+   EXPECT_FALSE(impl.isBufferedDataAvailable());
+}
+
+TEST(Pipe, EventThatCannotBeMadeFailsTheOpenAndClosesTheHandle)
+{
+   LocalService service;
+   const size_t before = descriptors::countOpen();
+   TPipe pipe(service.name());
+   std::string failure;
+   // The first allocation after the connect is the open pipe's own, the next two are its events'.
+   for (const size_t event : {1u, 2u}) {
+      try {
+         const FailingMalloc failing(event);
+         pipe.open();
+      } catch (const SystemResourceException& thrown) {
+         failure = thrown.what();
+      }
+      EXPECT_EQ(failure, "CreateEvent failed");
+      EXPECT_FALSE(pipe.isOpen());
+      EXPECT_EQ(descriptors::countOpen(), before);
+   }
+}
+
+TEST(LocalAuthException, IsAnInternalErrorOfTheTransport)
+{
+   const apache::thrift::transport::TLocalAuthException failure("text");
+   const TTransportException& base = failure;
+   EXPECT_EQ(base.getType(), 7);
+   EXPECT_STREQ(base.what(), "text");
+}
+
+TEST(LocalAuthException, GivesItsNameWithoutAMessage)
+{
+   EXPECT_STREQ(apache::thrift::transport::TLocalAuthException().what(), "TLocalAuthException");
+}
+
+} // namespace

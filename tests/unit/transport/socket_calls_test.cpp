@@ -1,0 +1,516 @@
+#include "transport/socket_calls.h"
+
+#include "service/loopback_address.h"
+#include "service/raw_peer.h"
+#include "unit/transport/descriptors.h"
+#include "unit/transport/system_faults.h"
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <future>
+#include <gtest/gtest.h>
+#include <optional>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace zerova;
+using test::Listener;
+using test::LoopbackAddress;
+using test::RawPeer;
+using test::Script;
+
+constexpr uint32_t kLoopback = 0x7F000001;
+constexpr int32_t kLong = 60000; // a limit that is not to be reached
+
+// Calls that need the library usable, on a connection to a peer that plays a script.
+class SocketCalls : public testing::Test
+{
+protected:
+   SocketCalls()
+   {
+      EXPECT_TRUE(sockInit());
+      sockOpen(&rec);
+   }
+   ~SocketCalls() override
+   {
+      sockClose(&rec);
+      EXPECT_TRUE(sockShutdown());
+   }
+
+   void connectTo(Script script)
+   {
+      peer.emplace(Listener::tcp("127.0.0.1"), std::move(script));
+      ASSERT_TRUE(sockConnect(&rec, kLoopback, peer->port(), kLong));
+   }
+
+   SockRec rec;
+   std::optional<RawPeer> peer;
+};
+
+TEST(SocketStart, ShutdownWithoutInitFailsAndChangesNothing)
+{
+   EXPECT_FALSE(sockShutdown());
+   EXPECT_TRUE(sockInit());
+   EXPECT_TRUE(sockShutdown());
+   EXPECT_FALSE(sockShutdown());
+}
+
+TEST(SocketStart, SecondShutdownReleasesWhatTwoInitsHaveTakenOnce)
+{
+   const size_t before = descriptors::countOpen();
+   EXPECT_TRUE(sockInit());
+   EXPECT_EQ(descriptors::countOpen(), before + 1);
+   EXPECT_TRUE(sockInit());
+   EXPECT_EQ(descriptors::countOpen(), before + 1);
+   EXPECT_TRUE(sockShutdown());
+   EXPECT_EQ(descriptors::countOpen(), before + 1);
+   EXPECT_TRUE(sockShutdown());
+   EXPECT_EQ(descriptors::countOpen(), before);
+}
+
+TEST(SocketStart, InitWithoutASocketToBeHadFailsAndCountsNothing)
+{
+   {
+      const faults::Failing failing(faults::Call::kSocket, EMFILE);
+      EXPECT_FALSE(sockInit());
+   }
+   EXPECT_FALSE(sockShutdown());
+   EXPECT_TRUE(sockInit());
+   EXPECT_TRUE(sockShutdown());
+}
+
+TEST(SocketStart, ManyThreadsMayStartAndStopAtOnce)
+{
+   const size_t before = descriptors::countOpen();
+   std::vector<std::future<bool>> threads;
+   for (int i = 0; i < 4; ++i)
+      threads.push_back(std::async(std::launch::async, [] {
+         bool succeeded = true;
+         for (int round = 0; round < 200; ++round)
+            succeeded = sockInit() && sockShutdown() && succeeded;
+         return succeeded;
+      }));
+   for (auto& thread : threads)
+      EXPECT_TRUE(thread.get());
+   EXPECT_FALSE(sockShutdown());
+   EXPECT_EQ(descriptors::countOpen(), before);
+}
+
+TEST_F(SocketCalls, OpenGivesANewRecordWithANonBlockingSocketThatIsNotInherited)
+{
+   const int descriptor = static_cast<int>(rec.sock);
+   EXPECT_NE(fcntl(descriptor, F_GETFL) & O_NONBLOCK, 0);
+   EXPECT_TRUE(descriptors::closesOnExec(descriptor));
+   EXPECT_EQ(rec.reserved, 0);
+   EXPECT_EQ(rec.hostAddress, 0u);
+   EXPECT_EQ(rec.port, 0);
+   EXPECT_EQ(rec.halfOpen, 0);
+}
+
+TEST_F(SocketCalls, OpenWithoutASocketToBeHadLeavesItInvalid)
+{
+   const faults::Failing failing(faults::Call::kSocket, EMFILE);
+   SockRec other;
+   sockOpen(&other);
+   EXPECT_EQ(other.sock, platform::kInvalidSocket);
+}
+
+TEST_F(SocketCalls, OpenClosesASocketThatCannotBeMadeNonBlocking)
+{
+   const size_t before = descriptors::countOpen();
+   const faults::Failing failing(faults::Call::kFcntl, EPERM);
+   SockRec other;
+   sockOpen(&other);
+   EXPECT_EQ(other.sock, platform::kInvalidSocket);
+   EXPECT_EQ(descriptors::countOpen(), before);
+}
+
+TEST_F(SocketCalls, CloseMarksTheRecordAndMayBeRepeated)
+{
+   const int descriptor = static_cast<int>(rec.sock);
+   sockClose(&rec);
+   EXPECT_EQ(rec.sock, platform::kInvalidSocket);
+   EXPECT_FALSE(descriptors::isOpen(descriptor));
+   sockClose(&rec);
+   EXPECT_EQ(rec.sock, platform::kInvalidSocket);
+}
+
+TEST_F(SocketCalls, ConnectKeepsWhereItWentTo)
+{
+   connectTo(Script().hold());
+   EXPECT_EQ(rec.hostAddress, kLoopback);
+   EXPECT_EQ(rec.port, peer->port());
+}
+
+TEST_F(SocketCalls, ConnectOnAClosedRecordOrToAddress0FailsAtOnce)
+{
+   EXPECT_FALSE(sockConnect(&rec, 0, 80, kLong));
+   EXPECT_NE(rec.sock, platform::kInvalidSocket);
+   EXPECT_EQ(rec.port, 0);
+   sockClose(&rec);
+   EXPECT_FALSE(sockConnect(&rec, kLoopback, 80, kLong));
+   EXPECT_EQ(rec.port, 0);
+}
+
+TEST_F(SocketCalls, RefusedConnectionFailsThroughTheWaitAndClosesTheSocket)
+{
+   const LoopbackAddress nobody;
+   const uint32_t address = sockResolve(nobody.text().c_str());
+   faults::WatchedPoll polls;
+   EXPECT_FALSE(sockConnect(&rec, address, 80, kLong));
+   EXPECT_EQ(polls.limits(), std::vector<int>{kLong});
+   EXPECT_EQ(rec.sock, platform::kInvalidSocket);
+}
+
+TEST_F(SocketCalls, ConnectThatFailsAtOnceLeavesTheSocketOpen)
+{
+   EXPECT_FALSE(sockConnect(&rec, kUnresolvedAddress, 80, kLong));
+   EXPECT_NE(rec.sock, platform::kInvalidSocket);
+}
+
+TEST_F(SocketCalls, ConnectThatIsNotAnsweredEndsByItsTimeOutAndClosesTheSocket)
+{
+   peer.emplace(Listener::tcp("127.0.0.1"), Script().hold());
+   faults::WatchedPoll polls;
+   polls.timeOutFrom(0);
+   EXPECT_FALSE(sockConnect(&rec, kLoopback, peer->port(), 5000));
+   EXPECT_EQ(polls.limits(), std::vector<int>{5000});
+   EXPECT_EQ(rec.sock, platform::kInvalidSocket);
+}
+
+TEST_F(SocketCalls, InterruptedConnectGoesOn)
+{
+   peer.emplace(Listener::tcp("127.0.0.1"), Script().send("x").hold());
+   const platform::Socket other = platform::createTcpSocket();
+   {
+      const faults::Failing interrupted(faults::Call::kConnect, EINTR);
+      EXPECT_EQ(platform::startConnect(other, kLoopback, peer->port()),
+                platform::ConnectStart::underWay);
+   }
+   {
+      const faults::Failing noLocalPort(faults::Call::kConnect, EAGAIN);
+      EXPECT_EQ(platform::startConnect(other, kLoopback, peer->port()),
+                platform::ConnectStart::failed);
+   }
+   EXPECT_TRUE(platform::closeSocket(other));
+}
+
+TEST_F(SocketCalls, ReceiveCollectsUntilTheWholeLengthIsThere)
+{
+   connectTo(Script().trickle("abcdef").hold());
+   char buffer[6];
+   EXPECT_EQ(sockRecv(&rec, buffer, 6, kLong), 6);
+   EXPECT_EQ(std::string(buffer, 6), "abcdef");
+}
+
+TEST_F(SocketCalls, ReceiveWithTimeOut0TakesOnlyWhatIsThereAtOnce)
+{
+   connectTo(Script().send("abc").hold());
+   ASSERT_TRUE(sockWaitReadable(&rec, kLong));
+   char buffer[10];
+   EXPECT_EQ(sockRecv(&rec, buffer, 10, 0), 3);
+   EXPECT_EQ(sockRecv(&rec, buffer, 10, 0), 0);
+}
+
+TEST_F(SocketCalls, ReceiveEndsShortAtTheEndOfTheData)
+{
+   connectTo(Script().send("abc"));
+   char buffer[10];
+   EXPECT_EQ(sockRecv(&rec, buffer, 10, -1), 3);
+   EXPECT_EQ(sockRecv(&rec, buffer, 10, -1), 0);
+}
+
+TEST_F(SocketCalls, ReceiveEndsShortOnAReset)
+{
+   connectTo(Script().reset());
+   char byte = 0;
+   EXPECT_EQ(sockRecv(&rec, &byte, 1, kLong), 0);
+}
+
+TEST_F(SocketCalls, NothingMovesOnAClosedRecordOrForALengthBelow1)
+{
+   connectTo(Script().send("abc").hold());
+   char buffer[3] = {};
+   EXPECT_EQ(sockRecv(&rec, buffer, 0, kLong), 0);
+   EXPECT_EQ(sockRecv(&rec, buffer, -1, kLong), 0);
+   EXPECT_EQ(sockSend(&rec, buffer, 0, kLong), 0);
+   EXPECT_EQ(sockSend(&rec, buffer, INT_MIN, kLong), 0);
+   sockClose(&rec);
+   EXPECT_EQ(sockRecv(&rec, buffer, 3, kLong), 0);
+   EXPECT_EQ(sockSend(&rec, buffer, 3, kLong), 0);
+}
+
+TEST_F(SocketCalls, LargeSendGoesOutWhole)
+{
+   const std::string large = std::string(3u << 20, 'x') + "!";
+   connectTo(Script().receiveUntil("!").hold());
+   EXPECT_TRUE(sockSendString(&rec, large.c_str(), kLong));
+   ASSERT_TRUE(peer->waitForFrames(1));
+   EXPECT_TRUE(peer->frames()[0] == large);
+}
+
+TEST_F(SocketCalls, SendEndsShortWhenTheTimeEnds)
+{
+   std::promise<void> done;
+   connectTo(Script().call([&] { done.get_future().wait(); })); // reads nothing
+   const std::string large(64u << 20, 'x');
+   const int32_t sent = sockSend(&rec, large.data(), static_cast<int32_t>(large.size()), 50);
+   EXPECT_GT(sent, 0);
+   EXPECT_LT(sent, static_cast<int32_t>(large.size()));
+   done.set_value();
+}
+
+TEST_F(SocketCalls, SendToAPeerThatHasResetEndsShortAndRaisesNoSignal)
+{
+   connectTo(Script().reset());
+   ASSERT_TRUE(peer->waitUntilFinished(0));
+   const auto previous = std::signal(SIGPIPE, SIG_DFL); // ends the process if it is raised
+   EXPECT_EQ(sockSend(&rec, "x", 1, kLong), 0);
+   EXPECT_LT(platform::sendBytes(rec.sock, "x", 1), 1); // fetches the pending error
+   EXPECT_LT(platform::sendBytes(rec.sock, "x", 1), 1); // what raises the signal elsewhere
+   std::signal(SIGPIPE, previous);
+}
+
+TEST_F(SocketCalls, SendStringFailsForNullAndSucceedsForNothing)
+{
+   connectTo(Script().hold());
+   EXPECT_FALSE(sockSendString(&rec, nullptr, kLong));
+   EXPECT_TRUE(sockSendString(&rec, "", kLong));
+}
+
+TEST_F(SocketCalls, InterruptedTransfersAreResumed)
+{
+   connectTo(Script().receiveUntil("!").send("y").hold());
+   const faults::Failing send(faults::Call::kSend, EINTR, 2);
+   EXPECT_EQ(sockSend(&rec, "!", 1, kLong), 1);
+   EXPECT_TRUE(send.hasHappened());
+   const faults::Failing receive(faults::Call::kReceive, EINTR, 2);
+   char byte = 0;
+   EXPECT_EQ(sockRecv(&rec, &byte, 1, kLong), 1);
+   EXPECT_TRUE(receive.hasHappened());
+}
+
+// Each byte of a trickle is a transfer of its own, with a look at the ticks behind it.
+TEST_F(SocketCalls, TimeRunsOnOverTheWrapOfTheTickCount)
+{
+   connectTo(Script().send("a").receiveUntil("!").send("b").hold());
+   const faults::SteppedTicks ticks(0xFFFFFFF0, 0x20);
+   const auto asked = std::async(std::launch::async, [&] {
+      ASSERT_TRUE(peer->waitForConnections(1));
+      EXPECT_EQ(platform::sendBytes(rec.sock, "!", 1), 1);
+   });
+   char buffer[2];
+   EXPECT_EQ(sockRecv(&rec, buffer, 2, kLong), 2);
+}
+
+TEST_F(SocketCalls, TimeThatIsUsedUpOverTheWrapEndsTheTransfer)
+{
+   connectTo(Script().send("a").hold());
+   const faults::SteppedTicks ticks(0xFFFFFFF0, 0x20);
+   char buffer[2];
+   EXPECT_EQ(sockRecv(&rec, buffer, 2, 0x1F), 1);
+}
+
+TEST_F(SocketCalls, DescriptorAbove1023Works)
+{
+   rlimit limit{};
+   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+   const rlimit previous = limit;
+   ASSERT_GE(limit.rlim_max, 1200u) << "raise the hard limit of open files";
+   limit.rlim_cur = limit.rlim_max;
+   ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+   sockClose(&rec);
+   EXPECT_TRUE(sockShutdown());
+   std::vector<int> fillers;
+   while (fillers.empty() || fillers.back() < 1024)
+      fillers.push_back(dup(0));
+   EXPECT_TRUE(sockInit()); // so the wake socket has a high number as well
+   sockOpen(&rec);
+
+   EXPECT_GT(rec.sock, 1023);
+   connectTo(Script().receiveUntil("!").send("x").hold());
+   EXPECT_TRUE(sockSendString(&rec, "!", kLong));
+   char byte = 0;
+   EXPECT_EQ(sockRecv(&rec, &byte, 1, kLong), 1);
+   EXPECT_EQ(byte, 'x');
+
+   for (const int filler : fillers)
+      close(filler);
+   setrlimit(RLIMIT_NOFILE, &previous);
+}
+
+TEST(SocketResolve, EmptyAndNullAreThisMachine)
+{
+   EXPECT_EQ(sockResolve(nullptr), kLoopback);
+   EXPECT_EQ(sockResolve(""), kLoopback);
+}
+
+TEST(SocketResolve, DottedTextIsNotLookedUp)
+{
+   const faults::NamelessNetwork network;
+   EXPECT_EQ(sockResolve("1.2.3.4"), 0x01020304u);
+   EXPECT_EQ(sockResolve("255.0.0.255"), 0xFF0000FFu);
+   EXPECT_EQ(sockResolve("010.0.0.1"), 0x08000001u) << "eight, as inet_addr takes it";
+   EXPECT_TRUE(network.asked().empty());
+}
+
+TEST(SocketResolve, TextThatOnlyBeginsAsAnAddressIsNone)
+{
+   const faults::NamelessNetwork network;
+   EXPECT_EQ(sockResolve("1.2.3.4x"), kUnresolvedAddress);
+   EXPECT_EQ(sockResolve(" 1.2.3.4"), kUnresolvedAddress);
+   EXPECT_TRUE(network.asked().empty());
+}
+
+TEST(SocketResolve, EverythingElseIsAName)
+{
+   const std::vector<std::string> names = {
+      "1.2.3.256", "1.2.3", "1.2.3.-4", "1.2.3.", "a.2.3.4", "4294967297.2.3.4", "host:3580", "-"};
+   const faults::NamelessNetwork network;
+   for (const std::string& name : names)
+      EXPECT_EQ(sockResolve(name.c_str()), kUnresolvedAddress);
+   EXPECT_EQ(network.asked(), names);
+}
+
+TEST(SocketResolve, NameGivesItsFirstAddress)
+{
+   EXPECT_EQ(sockResolve("localhost"), kLoopback);
+}
+
+TEST(SocketResolve, ManyThreadsMayResolveAtOnce)
+{
+   std::vector<std::future<bool>> threads;
+   for (int i = 0; i < 4; ++i)
+      threads.push_back(std::async(std::launch::async, [] {
+         bool same = true;
+         for (int round = 0; round < 50; ++round)
+            same = sockResolve("localhost") == kLoopback && same;
+         return same;
+      }));
+   for (auto& thread : threads)
+      EXPECT_TRUE(thread.get());
+}
+
+TEST_F(SocketCalls, ReadLineEndsAtLfAndDropsEveryCr)
+{
+   connectTo(Script().send("one\n\r\rt\rwo\r\n\n").hold());
+   char line[16];
+   ASSERT_TRUE(sockReadLine(&rec, line, sizeof(line), kLong));
+   EXPECT_STREQ(line, "one");
+   ASSERT_TRUE(sockReadLine(&rec, line, sizeof(line), kLong));
+   EXPECT_STREQ(line, "two");
+   ASSERT_TRUE(sockReadLine(&rec, line, sizeof(line), kLong));
+   EXPECT_STREQ(line, "");
+}
+
+TEST_F(SocketCalls, ReadLineWithoutABufferOrWithASizeBelow2FailsWithoutReading)
+{
+   connectTo(Script().send("\n").hold());
+   char line[2];
+   EXPECT_FALSE(sockReadLine(&rec, nullptr, 16, kLong));
+   EXPECT_FALSE(sockReadLine(&rec, line, 1, kLong));
+   EXPECT_FALSE(sockReadLine(&rec, line, -5, kLong));
+   ASSERT_TRUE(sockReadLine(&rec, line, 2, kLong));
+   EXPECT_STREQ(line, "");
+}
+
+TEST_F(SocketCalls, ReadLineHoldsTwoCharactersFewerThanItsBuffer)
+{
+   connectTo(Script().send("ab\nabc\n").hold());
+   char line[4];
+   ASSERT_TRUE(sockReadLine(&rec, line, sizeof(line), kLong));
+   EXPECT_STREQ(line, "ab");
+   EXPECT_FALSE(sockReadLine(&rec, line, sizeof(line), kLong)) << "although an LF comes next";
+   char next = 0;
+   EXPECT_EQ(sockRecv(&rec, &next, 1, kLong), 1);
+   EXPECT_EQ(next, '\n');
+}
+
+TEST_F(SocketCalls, CrDoesNotCountForTheLengthOfALine)
+{
+   connectTo(Script().send("a\r\r\r\r\r\rb\n").hold());
+   char line[4];
+   ASSERT_TRUE(sockReadLine(&rec, line, sizeof(line), kLong));
+   EXPECT_STREQ(line, "ab");
+}
+
+TEST_F(SocketCalls, ReadLineFailsAtTheEndOfTheDataInsideALine)
+{
+   connectTo(Script().send("abc"));
+   char line[16];
+   EXPECT_FALSE(sockReadLine(&rec, line, sizeof(line), kLong));
+}
+
+TEST_F(SocketCalls, TimeOutOfALineIsThatOfEachByte)
+{
+   connectTo(Script().trickle("abcde\n").hold());
+   const faults::SteppedTicks ticks(0, 700);
+   char line[16];
+   ASSERT_TRUE(sockReadLine(&rec, line, sizeof(line), 1000));
+   EXPECT_STREQ(line, "abcde");
+}
+
+TEST_F(SocketCalls, GracefulCloseWithoutDrainDoesNotWait)
+{
+   connectTo(Script().hold());
+   faults::WatchedPoll polls;
+   sockGracefulClose(&rec, false);
+   EXPECT_EQ(rec.sock, platform::kInvalidSocket);
+   EXPECT_TRUE(polls.limits().empty());
+}
+
+TEST_F(SocketCalls, DrainReadsUntilThePeerCloses)
+{
+   std::atomic<bool> closing = false;
+   connectTo(Script().send(std::string(1000, 'x')).call([&] { closing = true; }).close());
+   sockGracefulClose(&rec, true);
+   EXPECT_TRUE(closing);
+   EXPECT_EQ(rec.sock, platform::kInvalidSocket);
+}
+
+TEST_F(SocketCalls, DrainGivesEachByte60Seconds)
+{
+   connectTo(Script().send("ab").hold());
+   ASSERT_TRUE(sockWaitReadable(&rec, kLong));
+   faults::WatchedPoll polls;
+   polls.timeOutFrom(2);
+   sockGracefulClose(&rec, true);
+   EXPECT_EQ(polls.limits(), (std::vector<int>{60000, 60000, 60000}));
+}
+
+TEST_F(SocketCalls, PlainGracefulCloseNeverShutsDownTheSendingSideFirst)
+{
+   connectTo(Script().send("x").hold());
+   ASSERT_TRUE(sockWaitReadable(&rec, kLong));
+   faults::WatchedPoll polls;
+   polls.timeOutFrom(1);
+   sockGracefulClose(&rec, true); // with the byte unread it would reset the connection
+   ASSERT_TRUE(peer->waitUntilFinished(0));
+   EXPECT_EQ(peer->record(0).end, test::StreamEnd::kClosed);
+   EXPECT_EQ(rec.halfOpen, 0);
+}
+
+TEST_F(SocketCalls, HalfOpenRecordShutsDownItsSendingSide)
+{
+   connectTo(Script().receiveUntil("never"));
+   rec.halfOpen = 1;
+   sockGracefulClose(&rec, true); // the peer closes as it sees the end of the data
+   EXPECT_EQ(rec.halfOpen, 0);
+   ASSERT_TRUE(peer->waitUntilFinished(0));
+   EXPECT_EQ(peer->record(0).end, test::StreamEnd::kClosed);
+}
+
+TEST_F(SocketCalls, GracefulCloseOfAClosedRecordDoesNothing)
+{
+   sockClose(&rec);
+   rec.halfOpen = 1;
+   sockGracefulClose(&rec, true);
+   EXPECT_EQ(rec.halfOpen, 1);
+}
+
+} // namespace

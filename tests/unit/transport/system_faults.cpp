@@ -1,0 +1,194 @@
+// The linker leads the calls of the program's objects to the functions with __wrap_ in front.
+#include "unit/transport/system_faults.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <fcntl.h>
+#include <netdb.h>
+#include <optional>
+#include <poll.h>
+#include <sys/socket.h>
+
+namespace faults {
+namespace {
+
+struct Fault
+{
+   int error = 0;
+   int times = 0;
+
+   bool strikes()
+   {
+      if (times == 0) return false;
+      --times;
+      errno = error;
+      return true;
+   }
+};
+
+struct Polls
+{
+   std::vector<int> limits;
+   size_t firstTimedOut = SIZE_MAX;
+   Fault fault;
+};
+
+struct Ticks
+{
+   uint32_t next;
+   uint32_t step;
+};
+
+thread_local Fault pending[static_cast<size_t>(Call::kCount)];
+thread_local std::optional<Polls> polls;
+thread_local std::optional<std::vector<std::string>> names;
+thread_local std::optional<Ticks> ticks;
+
+Fault& faultOf(Call call)
+{
+   return pending[static_cast<size_t>(call)];
+}
+
+} // namespace
+
+Failing::Failing(Call call, int error, int times)
+   : call_(call)
+{
+   faultOf(call) = {error, times};
+}
+
+Failing::~Failing()
+{
+   faultOf(call_) = {};
+}
+
+bool Failing::hasHappened() const
+{
+   return faultOf(call_).times == 0;
+}
+
+WatchedPoll::WatchedPoll()
+{
+   polls.emplace();
+}
+
+WatchedPoll::~WatchedPoll()
+{
+   polls.reset();
+}
+
+void WatchedPoll::failNext(int error, int times)
+{
+   polls->fault = {error, times};
+}
+
+void WatchedPoll::timeOutFrom(size_t index)
+{
+   polls->firstTimedOut = index;
+}
+
+const std::vector<int>& WatchedPoll::limits() const
+{
+   return polls->limits;
+}
+
+NamelessNetwork::NamelessNetwork()
+{
+   names.emplace();
+}
+
+NamelessNetwork::~NamelessNetwork()
+{
+   names.reset();
+}
+
+const std::vector<std::string>& NamelessNetwork::asked() const
+{
+   return *names;
+}
+
+SteppedTicks::SteppedTicks(uint32_t first, uint32_t step)
+{
+   ticks = Ticks{first, step};
+}
+
+SteppedTicks::~SteppedTicks()
+{
+   ticks.reset();
+}
+
+} // namespace faults
+
+extern "C" {
+
+int __real_socket(int domain, int type, int protocol);
+int __wrap_socket(int domain, int type, int protocol)
+{
+   if (faults::faultOf(faults::Call::kSocket).strikes()) return -1;
+   return __real_socket(domain, type, protocol);
+}
+
+int __real_connect(int descriptor, const sockaddr* address, socklen_t size);
+int __wrap_connect(int descriptor, const sockaddr* address, socklen_t size)
+{
+   if (faults::faultOf(faults::Call::kConnect).strikes()) return -1;
+   return __real_connect(descriptor, address, size);
+}
+
+ssize_t __real_send(int descriptor, const void* data, size_t length, int flags);
+ssize_t __wrap_send(int descriptor, const void* data, size_t length, int flags)
+{
+   if (faults::faultOf(faults::Call::kSend).strikes()) return -1;
+   return __real_send(descriptor, data, length, flags);
+}
+
+ssize_t __real_recv(int descriptor, void* buffer, size_t length, int flags);
+ssize_t __wrap_recv(int descriptor, void* buffer, size_t length, int flags)
+{
+   if (faults::faultOf(faults::Call::kReceive).strikes()) return -1;
+   return __real_recv(descriptor, buffer, length, flags);
+}
+
+int __real_fcntl(int descriptor, int command, ...);
+int __wrap_fcntl(int descriptor, int command, ...)
+{
+   if (faults::faultOf(faults::Call::kFcntl).strikes()) return -1;
+   if (command == F_GETFD || command == F_GETFL) return __real_fcntl(descriptor, command);
+   va_list arguments;
+   va_start(arguments, command);
+   const int argument = va_arg(arguments, int);
+   va_end(arguments);
+   return __real_fcntl(descriptor, command, argument);
+}
+
+int __real_poll(pollfd* watched, nfds_t count, int limit);
+int __wrap_poll(pollfd* watched, nfds_t count, int limit)
+{
+   if (!faults::polls) return __real_poll(watched, count, limit);
+   faults::polls->limits.push_back(limit);
+   if (faults::polls->fault.strikes()) return -1;
+   if (faults::polls->limits.size() > faults::polls->firstTimedOut) return 0;
+   return __real_poll(watched, count, limit);
+}
+
+int __real_getaddrinfo(const char* name, const char* service, const addrinfo* wanted,
+                       addrinfo** found);
+int __wrap_getaddrinfo(const char* name, const char* service, const addrinfo* wanted,
+                       addrinfo** found)
+{
+   if (!faults::names) return __real_getaddrinfo(name, service, wanted, found);
+   faults::names->push_back(name);
+   return EAI_NONAME;
+}
+
+// platform::tickCount()
+uint32_t __real__ZN8platform9tickCountEv();
+uint32_t __wrap__ZN8platform9tickCountEv()
+{
+   if (!faults::ticks) return __real__ZN8platform9tickCountEv();
+   const uint32_t now = faults::ticks->next;
+   faults::ticks->next += faults::ticks->step;
+   return now;
+}
+
+} // extern "C"

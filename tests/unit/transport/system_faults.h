@@ -1,0 +1,77 @@
+// Makes calls of the system fail that tests cannot make fail by other means, and notes what was
+// asked of them. Holds for the calls that the objects of this program make, in the calling thread
+// only.
+#ifndef TESTS_UNIT_TRANSPORT_SYSTEM_FAULTS_H
+#define TESTS_UNIT_TRANSPORT_SYSTEM_FAULTS_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace faults {
+
+enum class Call
+{
+   kSocket,
+   kConnect,
+   kSend,
+   kReceive,
+   kFcntl,
+   kCount
+};
+
+// The next calls fail with this error, and the later ones work again. What is left at the end of
+// its life is dropped.
+class Failing
+{
+public:
+   Failing(Call call, int error, int times = 1);
+   ~Failing();
+   Failing(const Failing&) = delete;
+   Failing& operator=(const Failing&) = delete;
+
+   bool hasHappened() const; // as often as asked for
+
+private:
+   const Call call_;
+};
+
+// While it lives, the limits of all polls are noted, and chosen ones do not look at all.
+class WatchedPoll
+{
+public:
+   WatchedPoll();
+   ~WatchedPoll();
+   WatchedPoll(const WatchedPoll&) = delete;
+   WatchedPoll& operator=(const WatchedPoll&) = delete;
+
+   void failNext(int error, int times = 1);
+   void timeOutFrom(size_t index); // counted from 0
+   const std::vector<int>& limits() const;
+};
+
+// While it lives, no name has an address, and the names asked for are noted.
+class NamelessNetwork
+{
+public:
+   NamelessNetwork();
+   ~NamelessNetwork();
+   NamelessNetwork(const NamelessNetwork&) = delete;
+   NamelessNetwork& operator=(const NamelessNetwork&) = delete;
+
+   const std::vector<std::string>& asked() const;
+};
+
+// While it lives, the millisecond count starts as told and moves on by step with each look at it.
+class SteppedTicks
+{
+public:
+   SteppedTicks(uint32_t first, uint32_t step);
+   ~SteppedTicks();
+   SteppedTicks(const SteppedTicks&) = delete;
+   SteppedTicks& operator=(const SteppedTicks&) = delete;
+};
+
+} // namespace faults
+
+#endif
