@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -314,6 +315,38 @@ TEST_P(EveryCallWithAStatus, ResultBesideAStatusWins)
    CheckedStatus status;
    EXPECT_EQ(call.call(session, status), call.success);
    EXPECT_EQ(status.code(), 0);
+}
+
+std::string lineIn(const std::string& json)
+{
+   const std::string key = R"("line":)";
+   const std::size_t at = json.find(key);
+   if (at == std::string::npos) return "none";
+   return json.substr(at + key.size(), json.find(',', at) - at - key.size());
+}
+
+TEST(Lines, AreOneForEachFunctionWhateverFailed)
+{
+   std::set<std::string> lines;
+   for (const ServiceCall& call : serviceCalls()) {
+      SCOPED_TRACE(call.method);
+      PeerSession session(Script()
+                             .acceptVersion()
+                             .receive()
+                             .send(exceptionReply(call.method, 6, "broken"))
+                             .receive()
+                             .close());
+      CheckedStatus application;
+      call.call(session, application);
+      CheckedStatus transport;
+      call.call(session, transport);
+      EXPECT_THAT(application.json(), HasSubstr("TApplicationException"));
+      EXPECT_THAT(transport.json(), HasSubstr("TTransportException"));
+      EXPECT_EQ(lineIn(application.json()), lineIn(transport.json()));
+      lines.insert(lineIn(application.json()));
+   }
+   EXPECT_EQ(lines.count("none"), 0u);
+   EXPECT_EQ(lines.size(), serviceCalls().size());
 }
 
 } // namespace

@@ -224,4 +224,26 @@ TEST(SessionWithoutMemory, IsOutOfMemoryAtOnceWhicheverAllocationFails)
    }
 }
 
+TEST(SessionMemory, OfAFreshSessionIsAtMost16KiBAndAllOfItIsReleased)
+{
+   RemotePeer peer(answeringPlainly());
+   HeapStatus status;
+   // The first session of a process also makes what the process keeps.
+   zerovaapi_destroySession(zerovaapi_createRemoteSession(peer.host().c_str(), &status.status));
+   std::ptrdiff_t held = 0;
+   std::ptrdiff_t left = 1;
+   {
+      const HeapWatch watch;
+      const zerovaapi_Session session =
+         zerovaapi_createRemoteSession(peer.host().c_str(), &status.status);
+      held = watch.inUse();
+      zerovaapi_destroySession(session);
+      left = watch.inUse();
+   }
+   EXPECT_EQ(status.status.code, 0);
+   EXPECT_GT(held, 0);
+   EXPECT_LE(held, 16 * 1024);
+   EXPECT_EQ(left, 0);
+}
+
 } // namespace

@@ -96,6 +96,16 @@ TEST(RemoteSession, ServiceThatRefusesTheVersionIsBelievedAtOnce)
    EXPECT_EQ(peer.service().connectionCount(), 1u);
 }
 
+TEST(RemoteSession, RefusedBufferLosesTheTextOfARefusalButNeverItsCode)
+{
+   RemotePeer peer(answeringOnce(statusReply("version", -77, R"({"why":"too old"})")));
+   CheckedStatus status;
+   status.refuseFrom(1);
+   EXPECT_EQ(connect(peer, status), nullptr);
+   EXPECT_EQ(status.code(), -77);
+   EXPECT_FALSE(status.hasText());
+}
+
 TEST(RemoteSession, RefusalWithAPositiveCodeIsAWarningAndStillNoSession)
 {
    RemotePeer peer(answeringOnce(statusReply("version", 77, R"({"why":"soon"})")));

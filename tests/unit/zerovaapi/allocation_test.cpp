@@ -212,11 +212,4 @@ TEST(Allocation, EntryThatRunsOutOfMemoryStaysAsTheStepsLeftIt)
    }
 }
 
-TEST(Allocation, FreshSessionHoldsAtMost16KiB)
-{
-   const HeapWatch watch;
-   const MemorySession session;
-   EXPECT_LE(watch.inUse(), 16 * 1024);
-}
-
 } // namespace
