@@ -8,19 +8,16 @@ local longNames = {
    deu = "German",
    jpn = "Japanese",
    kor = "Korean",
-   chs = "ChineseS",
-   zzz = "Zzzzzzz"
+   chs = "ChineseS"
 }
 
--- zzz stands for every unknown language and has no way back.
-local shortNames = {
-   English = "eng",
-   French = "fra",
-   German = "deu",
-   Japanese = "jpn",
-   Korean = "kor",
-   ChineseS = "chs"
-}
+local shortNames = {}
+for short, long in pairs(longNames) do
+   shortNames[long] = short
+end
+
+-- Stands for every unknown language and has no way back.
+longNames.zzz = "Zzzzzzz"
 
 -- Both answers stay in a global, so a name that is not known gives the answer of the call before.
 

@@ -247,6 +247,20 @@ TEST_F(CreateTranslator, EveryLibraryIsThereWhole)
    EXPECT_EQ(staticDesc(0), "missing:");
 }
 
+TEST_F(CreateTranslator, FileSystemLibraryHasAllThatScriptsForItsOlderVersionKnow)
+{
+   createWithClient(R"(
+      return {getStaticDesc = function()
+         local missing = lfs._VERSION
+         for name in string.gmatch("attributes chdir currentdir dir lock lock_dir mkdir rmdir " ..
+            "setmode symlinkattributes touch unlock", "%S+") do
+            if type(lfs[name]) ~= "function" then missing = missing .. " without " .. name end
+         end
+         return missing
+      end})");
+   EXPECT_EQ(staticDesc(0), "LuaFileSystem 1.8.0");
+}
+
 TEST_F(CreateTranslator, CodecIsAGlobalAloneAndTheOtherModulesCanBeRequired)
 {
    createWithClient("return {getStaticDesc = function()\n"
