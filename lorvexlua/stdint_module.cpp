@@ -26,6 +26,7 @@ struct IntegerType<uint64_t>
    static bool parse(const char* text, uint64_t& value)
    {
       unsigned long long parsed = 0;
+      // What overflows is as sscanf has it. NOLINTNEXTLINE(cert-err34-c)
       const bool converted = std::sscanf(text, "%llu", &parsed) == 1;
       value = parsed;
       return converted;
@@ -52,6 +53,7 @@ struct IntegerType<int64_t>
    static bool parse(const char* text, int64_t& value)
    {
       long long parsed = 0;
+      // What overflows is as sscanf has it. NOLINTNEXTLINE(cert-err34-c)
       const bool converted = std::sscanf(text, "%lli", &parsed) == 1;
       value = parsed;
       return converted;
@@ -92,14 +94,14 @@ template <class Integer>
 LORVEXLUA_BARE_DIVISION Integer quotient(Integer dividend, Integer divisor)
 {
    volatile Integer bareDivisor = divisor;
-   return dividend / bareDivisor;
+   return dividend / bareDivisor; // NOLINT(clang-analyzer-core.DivideZero)
 }
 
 template <class Integer>
 LORVEXLUA_BARE_DIVISION Integer remainder(Integer dividend, Integer divisor)
 {
    volatile Integer bareDivisor = divisor;
-   return dividend % bareDivisor;
+   return dividend % bareDivisor; // NOLINT(clang-analyzer-core.DivideZero)
 }
 
 #undef LORVEXLUA_BARE_DIVISION

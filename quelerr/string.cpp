@@ -39,6 +39,7 @@ void quelerr_String_assign(quelerr_String* string, const char* text, size_t leng
       quelerr_String scratch{};
       quelerr_String_reserve(&scratch, length, status);
       if (status->code < 0) return;
+      // With no error there is room. NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker)
       std::memcpy(scratch.data, text, length);
       quelerr_String_release(string);
       *string = scratch;

@@ -13,13 +13,12 @@ namespace {
 template <size_t Size>
 struct WideText
 {
-   uint16_t units[Size];
+   uint16_t units[Size]{};
 
-   consteval WideText(const char (&text)[Size])
-      : units{}
+   explicit consteval WideText(const char (&text)[Size])
    {
       for (size_t i = 0; i < Size; ++i)
-         units[i] = static_cast<uint16_t>(text[i]);
+         units[i] = static_cast<unsigned char>(text[i]);
    }
 };
 

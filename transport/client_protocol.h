@@ -52,17 +52,17 @@ public:
       return Binary::readStructBegin(name);
    }
 
-   void checkReadBytesAvailable(TList& list)
+   void checkReadBytesAvailable(TList& list) override
    {
       checkCount(list.size_, Binary::getMinSerializedSize(list.elemType_));
    }
 
-   void checkReadBytesAvailable(TSet& set)
+   void checkReadBytesAvailable(TSet& set) override
    {
       checkCount(set.size_, Binary::getMinSerializedSize(set.elemType_));
    }
 
-   void checkReadBytesAvailable(TMap& map)
+   void checkReadBytesAvailable(TMap& map) override
    {
       checkCount(map.size_, Binary::getMinSerializedSize(map.keyType_) +
                                Binary::getMinSerializedSize(map.valueType_));

@@ -126,7 +126,7 @@ void fill(const CodePage& page, iconv_t converter)
       const uint16_t single = unitOf(page, converter, 0, lead);
       table.singles[lead - kFirstHigh].store(single, std::memory_order_relaxed);
       if (single != kRefused || !table.pairs) continue;
-      Units* const row = table.pairs + (lead - kFirstHigh) * 0x100;
+      Units* const row = table.pairs + size_t{lead - kFirstHigh} * 0x100;
       for (unsigned trail = kFirstTrail; trail <= 0xFF; ++trail)
          row[trail].store(unitOf(page, converter, lead, trail), std::memory_order_relaxed);
    }

@@ -1,5 +1,6 @@
 #include "platform/posix/open_path.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
@@ -131,8 +132,8 @@ int openPath(const char* path, PathKind kind)
       errno = ENAMETOOLONG;
       return -1;
    }
-   for (size_t i = 0; i <= length; ++i)
-      native[i] = path[i] == '\\' ? '/' : path[i];
+   std::memcpy(native, path, length + 1);
+   std::replace(native, native + length, '\\', '/');
    const int descriptor = openEntry(AT_FDCWD, native, kind);
    if (descriptor >= 0 || errno != ENOENT || length == 0) return descriptor;
    return openByComponents(native, kind);

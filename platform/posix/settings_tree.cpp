@@ -22,7 +22,7 @@ constexpr const char* kRoot = ZEROVA_REGISTRY_DIR;
 constexpr const char* kRootOf32Bit = ZEROVA_REGISTRY_DIR "32";
 
 // No setting is as large. The bound keeps a stray huge file from filling the memory of the process.
-constexpr off_t kMostValueBytes = 16 * 1024 * 1024;
+constexpr off_t kMostValueBytes = off_t{16} * 1024 * 1024;
 
 // UTF-16 units of a name. A file name has at most NAME_MAX bytes, so a longer one names nothing.
 constexpr size_t kMostNameUnits = 255;
