@@ -30,10 +30,7 @@ struct Search
    OwnedString description;
    OwnedStatus status;
 
-   std::string_view text() const
-   {
-      return {quelerr_String_text(&description), description.length};
-   }
+   std::string_view text() const { return {quelerr_String_text(&description), description.length}; }
 };
 
 void writeFile(std::string_view content)

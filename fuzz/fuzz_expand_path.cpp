@@ -1,10 +1,10 @@
 // Paths with variables over settings of any content.
 //
-// Input, in lines: how the status begins ("e" with an error, "w" with a warning, else clean) and the
-// path, which without a "$" is also the name of a variable; the plug-in's name; then the values,
-// each as its name and a letter that tells what follows it: "=" its text, one byte a unit; "#" its
-// bytes, two a unit; "+" bytes that become more while they are read; "!" as many bytes as the number
-// of the failure to read it.
+// Input, in lines: how the status begins ("e" with an error, "w" with a warning, else clean) and
+// the path, which without a "$" is also the name of a variable; the plug-in's name; then the
+// values, each as its name and a letter that tells what follows it: "=" its text, one byte a unit;
+// "#" its bytes, two a unit; "+" bytes that become more while they are read; "!" as many bytes as
+// the number of the failure to read it.
 #include "fuzz/input.h"
 #include "fuzz/require.h"
 #include "fuzz/settings_tree_in_memory.h"
@@ -59,7 +59,9 @@ struct StartedStatus : OwnedStatus
    const int32_t codeBefore;
 
    explicit StartedStatus(char letter)
-      : codeBefore(letter == 'e' ? -1 : letter == 'w' ? 1 : 0)
+      : codeBefore(letter == 'e'   ? -1
+                   : letter == 'w' ? 1
+                                   : 0)
    {
       quelerr_Status_setCode(this, codeBefore);
       quelerr_Status_setJson(this, "{\"before\":1}");

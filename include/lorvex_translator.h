@@ -1,18 +1,18 @@
 /* Translators: how a host turns a status into words.
  *
- * 1. A translator is made by lorvex_exported_create and ended through its own destroy. It is a plain
- *    structure, so it may cross from one module to another; call it through its function fields and
- *    pass it to them as self.
+ * 1. A translator is made by lorvex_exported_create and ended through its own destroy. It is a
+ *    plain structure, so it may cross from one module to another; call it through its function
+ *    fields and pass it to them as self.
  * 2. Every text is NUL-terminated and UTF-8. The library keeps none of the texts it is given longer
  *    than the call.
- * 3. Failures are reported in the status (quelerr_status.h), which is the last argument. A null status
- *    is not allowed. An operation does nothing when the status holds an error on entry, unless it
- *    says otherwise.
- * 4. Results are the host's own: a description is memory that the host's lorvex_AllocString gave, and
- *    the host gives it back in its own way. The library frees none of it.
+ * 3. Failures are reported in the status (quelerr_status.h), which is the last argument. A null
+ *    status is not allowed. An operation does nothing when the status holds an error on entry,
+ *    unless it says otherwise.
+ * 4. Results are the host's own: a description is memory that the host's lorvex_AllocString gave,
+ *    and the host gives it back in its own way. The library frees none of it.
  * 5. Calls block only for as long as they read files and settings of this machine.
- * 6. lorvex_exported_create may run on any number of threads at once. One translator serves one call at
- *    a time, on any thread; distinct translators share nothing.
+ * 6. lorvex_exported_create may run on any number of threads at once. One translator serves one
+ *    call at a time, on any thread; distinct translators share nothing.
  *
  * Use:
  *    lorvex_Translator* translator = lorvex_exported_create("dorvex_zerova", settings, &status);
@@ -64,10 +64,10 @@ enum lorvex_Environment
    lorvex_environmentFennow = 3
 };
 
-/* Packs a language and an environment into the word that the descriptions take: the language in bits
- * 0 to 7, the environment in bits 8 to 11. The other bits are ignored. */
+/* Packs a language and an environment into the word that the descriptions take: the language in
+ * bits 0 to 7, the environment in bits 8 to 11. The other bits are ignored. */
 #define LORVEX_LANG_AND_ADE(language, environment)                                                 \
-   (((uint32_t)(language) & 0xFFu) | (((uint32_t)(environment) & 0xFu) << 8))
+   ((0xFFu & (uint32_t)(language)) | ((0xFu & (uint32_t)(environment)) << 8))
 
 /* Gives the memory of one description. Supplied by the host.
  *
@@ -124,11 +124,10 @@ struct lorvex_Translator
  *    lorvexlua_settings: an object for the script: driverName, trvSharedErrorsDir, AuxErrorsDir.
  * Returns the translator, which the caller ends through destroy, or null. Lack of memory for the
  * translator itself is null with status unchanged, so test the result.
- * Codes: -52005 for an unknown name, -52000 for lack of memory, -52003 when its scripts could not be
- * set up. */
-LORVEX_EXPORT lorvex_Translator* lorvex_exported_create(const char* name,
-                                                        const char* registrationInfo,
-                                                        quelerr_Status* status);
+ * Codes: -52005 for an unknown name, -52000 for lack of memory, -52003 when its scripts could not
+ * be set up. */
+LORVEX_EXPORT lorvex_Translator*
+lorvex_exported_create(const char* name, const char* registrationInfo, quelerr_Status* status);
 
 #ifdef __cplusplus
 }

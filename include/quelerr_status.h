@@ -55,8 +55,7 @@ static inline bool quelerr_heapStatus_resize(quelerr_Status* status, uint32_t ne
    size_t capacity = 512;
    size_t length;
    char* json;
-   if (newCapacity == 0)
-   {
+   if (newCapacity == 0) {
       free(status->json);
       status->json = NULL;
       status->capacity = 0;
@@ -64,7 +63,8 @@ static inline bool quelerr_heapStatus_resize(quelerr_Status* status, uint32_t ne
    }
    if (newCapacity <= status->capacity) return true;
    if (newCapacity > 0x7FFFFFFFu) return false;
-   while (capacity < newCapacity) capacity *= 2;
+   while (capacity < newCapacity)
+      capacity *= 2;
    json = (char*)malloc(capacity);
    if (!json) return false;
    length = strlen(text);

@@ -432,9 +432,8 @@ zerovaapi_DeviceIterator_getDeviceName(zerovaapi_DeviceContainer container,
  * iterator: ask zerovaapi_DeviceIterator_isEnd first. At or behind the end a C++ std::out_of_range
  * leaves the function.
  * Takes no status. Returns a container, borrowed from container: it must not be destroyed. */
-ZEROVAAPI_EXPORT zerovaapi_TerminalContainer
-zerovaapi_DeviceIterator_getTerminalContainer(zerovaapi_DeviceContainer container,
-                                              zerovaapi_Iterator iterator);
+ZEROVAAPI_EXPORT zerovaapi_TerminalContainer zerovaapi_DeviceIterator_getTerminalContainer(
+   zerovaapi_DeviceContainer container, zerovaapi_Iterator iterator);
 
 /* Reads an attribute of a terminal that is a string.
  *

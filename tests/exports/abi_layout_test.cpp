@@ -9,8 +9,7 @@ namespace {
 
 // Signatures of what the caller supplies and what he calls through.
 static_assert(std::is_same_v<quelerr_Status_Resize, bool (*)(quelerr_Status*, uint32_t)>);
-static_assert(
-   std::is_same_v<lorvex_AllocString, char* (*)(void*, size_t, void*, quelerr_Status*)>);
+static_assert(std::is_same_v<lorvex_AllocString, char* (*)(void*, size_t, void*, quelerr_Status*)>);
 static_assert(std::is_same_v<decltype(lorvex_Translator::structSize), uint64_t>);
 static_assert(std::is_same_v<decltype(lorvex_Translator::destroy), void (*)(lorvex_Translator*)>);
 static_assert(std::is_same_v<decltype(lorvex_Translator::getStaticDesc),
