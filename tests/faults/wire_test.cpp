@@ -1,0 +1,192 @@
+// How replies arrive: cut, in pieces, late, and with more behind them than was asked for.
+#include "exports/peer_session.h"
+#include "exports/service_calls.h"
+#include "faults/blocked_thread.h"
+#include "faults/endpoint.h"
+#include "service/checked_status.h"
+#include "service/wire_bytes.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace {
+
+using namespace zerova::test;
+using testing::HasSubstr;
+
+// A scripted service at either endpoint.
+class Peer
+{
+public:
+   Peer(Endpoint endpoint, std::vector<Script> scripts)
+      : endpoint_(endpoint)
+   {
+      if (endpoint == Endpoint::local)
+         local_ = std::make_unique<RawPeer>(Listener::local("com.zerova"), std::move(scripts));
+      else
+         remote_ = std::make_unique<RemotePeer>(std::move(scripts));
+   }
+
+   RawPeer& service() { return local_ ? *local_ : remote_->service(); }
+   zerovaapi_Session connect(quelerr_Status* status) const
+   {
+      return createSession(endpoint_, remote_ ? remote_->host() : "", status);
+   }
+
+private:
+   Endpoint endpoint_;
+   std::unique_ptr<RawPeer> local_;
+   std::unique_ptr<RemotePeer> remote_;
+};
+
+class WireOfEveryCall : public testing::TestWithParam<std::tuple<Endpoint, ServiceCall>>
+{
+protected:
+   const Endpoint endpoint = std::get<0>(GetParam());
+   const ServiceCall& call = std::get<1>(GetParam());
+   const std::string reply = plainReply(call.method);
+
+   // Makes the call twice on a service that answers the first one by script.
+   void expectTwoAnswers(Script script)
+   {
+      Peer peer(endpoint, {script.answerAll([](const std::string& frame) {
+                   return plainReply(methodOf(frame));
+                })});
+      CheckedStatus status;
+      const zerovaapi_Session session = peer.connect(status);
+      ASSERT_NE(session, nullptr) << status.json();
+      for (int i = 0; i < 2; ++i) {
+         EXPECT_EQ(call.call(session, status), call.success);
+         EXPECT_EQ(status.code(), 0) << status.json();
+      }
+      zerovaapi_destroySession(session);
+   }
+};
+
+INSTANTIATE_TEST_SUITE_P(All, WireOfEveryCall,
+                         testing::Combine(testing::Values(Endpoint::local, Endpoint::tcp),
+                                          testing::ValuesIn(serviceCalls())),
+                         [](const auto& each) {
+                            return std::string(nameOf(std::get<0>(each.param))) + "_" +
+                                   std::get<1>(each.param).method;
+                         });
+
+TEST_P(WireOfEveryCall, ReplyThatIsCutAnywhereIsACommunicationsFault)
+{
+   std::vector<Script> scripts;
+   for (std::size_t length = 0; length < reply.size(); ++length)
+      scripts.push_back(sendingOnce(reply, length));
+   const Peer peer(endpoint, scripts);
+   for (std::size_t length = 0; length < reply.size(); ++length) {
+      SCOPED_TRACE(length);
+      CheckedStatus status;
+      const zerovaapi_Session session = peer.connect(status);
+      ASSERT_NE(session, nullptr) << status.json();
+      for (int i = 0; i < 3; ++i) { // a connection that has broken stays so
+         status.clear();
+         EXPECT_EQ(call.call(session, status), call.failure);
+         EXPECT_EQ(status.code(), -52024);
+         EXPECT_THAT(status.json(), HasSubstr(R"("Thrift::TTransportException":")"));
+      }
+      zerovaapi_destroySession(session);
+   }
+}
+
+TEST_P(WireOfEveryCall, ReplyThatComesByteByByteIsTheReply)
+{
+   expectTwoAnswers(Script().acceptVersion().receive().trickle(reply));
+}
+
+TEST_P(WireOfEveryCall, ReplyIsWaitedFor)
+{
+   const pid_t client = gettid();
+   std::atomic<bool> wasBlocked = false;
+   const auto waitForClient = [client, &wasBlocked] { wasBlocked = waitUntilBlocked(client); };
+   const std::string start = reply.substr(0, 2);
+   const std::string middle = reply.substr(2, reply.size() - 3);
+   const std::string end = reply.substr(reply.size() - 1);
+   expectTwoAnswers(Script()
+                       .acceptVersion()
+                       .receive()
+                       .call(waitForClient)
+                       .send(start)
+                       .call(waitForClient)
+                       .send(middle)
+                       .call(waitForClient)
+                       .send(end));
+   EXPECT_TRUE(wasBlocked);
+}
+
+TEST_P(WireOfEveryCall, StrayMessageBehindAReplyIsSkippedByTheNextCall)
+{
+   expectTwoAnswers(
+      Script().acceptVersion().receive().send(reply + textListReply("another", {"a", "b"})));
+}
+
+TEST_P(WireOfEveryCall, StrayExceptionBehindAReplyIsWhatTheNextCallMeets)
+{
+   const std::string behind = exceptionReply("another", 6, "meant for nobody");
+   const Peer peer(endpoint, {Script().acceptVersion().receive().send(reply + behind).hold()});
+   CheckedStatus status;
+   const zerovaapi_Session session = peer.connect(status);
+   ASSERT_NE(session, nullptr) << status.json();
+   EXPECT_EQ(call.call(session, status), call.success);
+   EXPECT_EQ(call.call(session, status), call.failure);
+   EXPECT_EQ(status.code(), -52024);
+   EXPECT_THAT(status.json(), HasSubstr("meant for nobody"));
+   zerovaapi_destroySession(session);
+}
+
+class WireOfTheVersion : public testing::TestWithParam<Endpoint>
+{
+protected:
+   const std::string reply = plainReply("version");
+};
+
+INSTANTIATE_TEST_SUITE_P(All, WireOfTheVersion, testing::Values(Endpoint::local, Endpoint::tcp),
+                         [](const auto& each) { return nameOf(each.param); });
+
+// Each attempt meets a reply that is cut one byte later; the attempts fit into the time limit.
+TEST_P(WireOfTheVersion, ReplyThatIsCutAnywhereIsAskedForAgain)
+{
+   std::vector<Script> scripts;
+   for (std::size_t length = 0; length < reply.size(); ++length)
+      scripts.push_back(Script().receive().send(reply, length).close());
+   scripts.push_back(answeringPlainly());
+   Peer peer(GetParam(), scripts);
+   CheckedStatus status;
+   const zerovaapi_Session session = peer.connect(status);
+   EXPECT_NE(session, nullptr) << status.json();
+   EXPECT_EQ(status.growCalls(), 0);
+   EXPECT_EQ(peer.service().connectionCount(), reply.size() + 1);
+   zerovaapi_destroySession(session);
+}
+
+TEST_P(WireOfTheVersion, ReplyMayComeLateAndByteByByteWithAStrayMessageBehindIt)
+{
+   const pid_t client = gettid();
+   const Peer peer(GetParam(), {Script()
+                                   .receive()
+                                   .call([client] { waitUntilBlocked(client); })
+                                   .trickle(reply)
+                                   .send(voidReply("another"))
+                                   .answerAll([](const std::string& frame) {
+                                      return plainReply(methodOf(frame));
+                                   })});
+   CheckedStatus status;
+   const zerovaapi_Session session = peer.connect(status);
+   ASSERT_NE(session, nullptr) << status.json();
+   EXPECT_EQ(zerovaapi_getSystemChangeNumber(session, status), 7);
+   EXPECT_EQ(status.growCalls(), 0);
+   zerovaapi_destroySession(session);
+}
+
+} // namespace
