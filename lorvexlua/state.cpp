@@ -23,13 +23,44 @@ const size_t lorvexlua_libraryCount = std::size(lorvexlua_libraries);
 
 namespace {
 
+struct LibraryRequest
+{
+   const lorvexlua_Library* library;
+   bool hasFileType;
+};
+
+int leaveOpen(lua_State*)
+{
+   return 0;
+}
+
 int openLibrary(lua_State* L)
 {
-   const auto* const library = static_cast<const lorvexlua_Library*>(lua_touserdata(L, 1));
-   lua_pushcfunction(L, library->opener);
-   lua_pushstring(L, library->name);
+   auto* const request = static_cast<LibraryRequest*>(lua_touserdata(L, 1));
+   // See keepStandardStreamsOpen. The io library takes this table for its own and fills it.
+   if (luaL_newmetatable(L, LUA_FILEHANDLE)) {
+      lua_pushcfunction(L, leaveOpen);
+      lua_setfield(L, -2, "__gc");
+   }
+   lua_pop(L, 1);
+   request->hasFileType = true;
+   lua_pushcfunction(L, request->library->opener);
+   lua_pushstring(L, request->library->name);
    lua_call(L, 1, 0);
    return 0;
+}
+
+// The io library gives a standard stream to a file object before it tells the object not to close
+// it. When memory runs out between the two, closing the state would close the host's own stream, so
+// the objects lose their finaliser; no script has run that could have opened a file. The table and
+// its member are there already, so this allocates nothing, which would end the process here.
+void keepStandardStreamsOpen(lua_State* L)
+{
+   lua_gc(L, LUA_GCSTOP, 0);
+   lua_getfield(L, LUA_REGISTRYINDEX, LUA_FILEHANDLE);
+   lua_pushnil(L);
+   lua_setfield(L, -2, "__gc");
+   lua_pop(L, 1);
 }
 
 // Each step of construction does nothing once one has failed.
@@ -37,14 +68,15 @@ int openLibrary(lua_State* L)
 void openLibraries(lua_State* L, const lorvexlua_Contents& contents, quelerr_Status* status)
 {
    for (size_t i = 0; i < contents.libraryCount && status->code >= 0; ++i) {
-      lorvexlua_Library library = contents.libraries[i];
-      const int failure = lua_cpcall(L, openLibrary, &library);
+      LibraryRequest request{&contents.libraries[i], false};
+      const int failure = lua_cpcall(L, openLibrary, &request);
       if (failure == 0) continue;
       if (LORVEXLUA_REPORT(status, tamrixerr_softwareFaultTAMRIXInternalUseOnly)) {
          quelerr_JsonWriter writer;
          lorvexlua_addFailure(&writer, status, L, failure, "failed to load lua lib");
-         quelerr_JsonWriter_addString(&writer, "lib", library.name);
+         quelerr_JsonWriter_addString(&writer, "lib", request.library->name);
       }
+      if (request.hasFileType) keepStandardStreamsOpen(L);
    }
 }
 
