@@ -219,9 +219,9 @@ TEST_F(RemoteService, SessionsOfManyThreadsDoNotDisturbEachOther)
       }
       EXPECT_EQ(status.code(), 0) << status.json();
    };
-   std::vector<std::thread> threads;
-   for (int i = 0; i < 8; ++i)
-      threads.emplace_back(work);
+   std::thread threads[8];
+   for (std::thread& thread : threads)
+      thread = std::thread(work);
    for (std::thread& thread : threads)
       thread.join();
    EXPECT_EQ(service_->routeCount(), 0u);

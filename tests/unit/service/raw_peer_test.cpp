@@ -167,7 +167,7 @@ TEST(RawPeer, GivesEachConnectionItsScriptAndRepeatsTheLast)
    EXPECT_EQ(peer.connectionCount(), 4U);
 }
 
-TEST(RawPeer, ServesConnectionsSideBySide)
+TEST(RawPeer, ServesConnectionsAtOnce)
 {
    const std::string name = ownEndpointName();
    RawPeer peer(Listener::local(name), Script().receive().send("done"));

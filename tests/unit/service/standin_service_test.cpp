@@ -2,6 +2,7 @@
 #include "standin_client.h"
 
 #include <filesystem>
+#include <thread>
 
 namespace zerova::standin {
 namespace {
@@ -330,22 +331,22 @@ TEST_F(StandInService, GoesOnAfterAClientThatDoesNotSpeakTheProtocol)
    EXPECT_NO_THROW(client_->version("1.0"));
 }
 
-TEST_F(StandInService, ServesClientsSideBySide)
+TEST_F(StandInService, ServesManyClientsAtOnce)
 {
-   std::vector<std::unique_ptr<Client>> clients;
-   for (int i = 0; i < 8; ++i)
-      clients.push_back(connect());
-   std::vector<std::thread> threads;
-   for (auto& client : clients)
-      threads.emplace_back([&client, this] {
-         for (int i = 0; i < 50; ++i) {
-            const Ticket ticket = (*client)->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
-            std::vector<DeviceInfo> devices;
-            (*client)->getRouteInfo(devices, ticket);
-            EXPECT_THAT(devices, SizeIs(1));
-            (*client)->destroyRoute(ticket);
-         }
-      });
+   const auto work = [this] {
+      const auto connection = connect();
+      Client& client = *connection;
+      for (int i = 0; i < 50; ++i) {
+         const Ticket ticket = client->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
+         std::vector<DeviceInfo> devices;
+         client->getRouteInfo(devices, ticket);
+         EXPECT_THAT(devices, SizeIs(1));
+         client->destroyRoute(ticket);
+      }
+   };
+   std::thread threads[8];
+   for (std::thread& thread : threads)
+      thread = std::thread(work);
    for (std::thread& thread : threads)
       thread.join();
    EXPECT_EQ(service_.routeCount(), 0U);
