@@ -193,6 +193,18 @@ TEST_F(PipeTransfer, FailedTransferRaisesItsEventAndTheNextOneLowersIt)
    EXPECT_EQ(platform::waitForTransfer(transfer, 0).result, platform::TransferWait::timedOut);
 }
 
+TEST_F(PipeTransfer, WaitThatEndsTooEarlyFailsTheTransferInsteadOfBlocking)
+{
+   platform::PipeTransfer transfer{event.get()};
+   ASSERT_EQ(platform::startRead(own.get(), buffer, sizeof(buffer), transfer), 0);
+   platform::raiseEvent(event.get());
+   uint32_t count = 0;
+   expectFailure(
+      [&] { getOverlappedResultWithTimeout(own.get(), transfer, count, 60000, true); },
+      TTransportException::UNKNOWN, "getOverlappedResultWithTimeout failed",
+      "getOverlappedResultWithTimeout errored GLE=: Resource temporarily unavailable");
+}
+
 TEST_F(PipeTransfer, FinishThatMayNotBlockFailsWhileTheTransferIsUnderWay)
 {
    platform::PipeTransfer transfer{event.get()};

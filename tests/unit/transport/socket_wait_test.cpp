@@ -157,7 +157,8 @@ TEST_F(SocketWait, RefusedConnectionIsErroredAndNotWritable)
 
 TEST_F(SocketWait, ResetConnectionIsErroredAndNotWritable)
 {
-   connectTo(Script().reset());
+   connectTo(Script().receiveUntil("!").reset());
+   ASSERT_EQ(platform::sendBytes(rec.sock, "!", 1), 1);
    ASSERT_TRUE(sockWaitReadable(&rec, kLong));
    const Flags found = waitForAll(kLong);
    EXPECT_EQ(found.errored, 1);
@@ -166,7 +167,8 @@ TEST_F(SocketWait, ResetConnectionIsErroredAndNotWritable)
 
 TEST_F(SocketWait, BytesAheadOfAResetAreStillReadable)
 {
-   connectTo(Script().send("x").reset());
+   connectTo(Script().receiveUntil("!").send("x").reset());
+   ASSERT_EQ(platform::sendBytes(rec.sock, "!", 1), 1);
    ASSERT_TRUE(peer->waitUntilFinished(0));
    EXPECT_TRUE(sockWaitReadable(&rec, kLong));
 }
