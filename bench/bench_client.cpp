@@ -4,32 +4,25 @@
 // (b) the generated stub on the library's own transport stack
 // (c) the exported function of the built shared library
 #include "bench/canned_service.h"
+#include "bench/exports.h"
 #include "bench/report.h"
-#include "quelerr_status.h"
+#include "bench/wire.h"
 #include "transport/client_session.h"
 #include "zerovaapi.h"
 
-#include <thrift/protocol/TBinaryProtocol.h>
-#include <thrift/transport/TBufferTransports.h>
-
-#include <arpa/inet.h>
-#include <dlfcn.h>
 #include <malloc.h>
-#include <sched.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
 
-using apache::thrift::protocol::TBinaryProtocol;
-using apache::thrift::protocol::TMessageType;
-using apache::thrift::transport::TMemoryBuffer;
-
 namespace {
+
+using bench::exchangeRaw;
+using bench::framed;
+using bench::message;
+using bench::requireSuccess;
 
 constexpr int kClientCore = 0;
 constexpr char kHost[] = "127.83.11.7";
@@ -37,17 +30,6 @@ constexpr int kTicket = 77;
 constexpr int kTerminals = 1000;
 constexpr int kAttributes = 10;
 constexpr int kMapEntries = 10;
-
-template <typename Message>
-std::string message(const char* name, TMessageType type, const Message& content)
-{
-   const auto buffer = std::make_shared<TMemoryBuffer>();
-   TBinaryProtocol protocol(buffer);
-   protocol.writeMessageBegin(name, type, 0);
-   content.write(&protocol);
-   protocol.writeMessageEnd();
-   return buffer->getBufferAsString();
-}
 
 std::vector<std::map<std::string, zerova::Attribute>> manyTerminals()
 {
@@ -78,67 +60,6 @@ bench::Replies replies()
       {"getTerminalNamesAndAttributesForDevice",
        message("getTerminalNamesAndAttributesForDevice", type, terminals)},
    };
-}
-
-// The exported functions as a program gets them: from the shared library.
-class Exports
-{
-public:
-   Exports()
-      : library_(dlopen(ZEROVA_LIBRARY, RTLD_NOW | RTLD_LOCAL))
-   {
-      if (!library_) fail(dlerror());
-   }
-   template <typename Function>
-   Function* get(Function*, const char* name) const
-   {
-      void* const address = dlsym(library_, name);
-      if (!address) fail(name);
-      return reinterpret_cast<Function*>(address);
-   }
-
-private:
-   [[noreturn]] static void fail(const char* what)
-   {
-      std::fprintf(stderr, "%s\n", what);
-      std::exit(1);
-   }
-   void* library_;
-};
-
-const Exports& exports()
-{
-   static const Exports instance;
-   return instance;
-}
-
-#define EXPORT(name) exports().get(static_cast<decltype(&name)>(nullptr), #name)
-
-void requireSuccess(const quelerr_Status& status)
-{
-   if (status.code == 0) return;
-   std::fprintf(stderr, "call failed: %d %s\n", status.code, status.json ? status.json : "");
-   std::exit(1);
-}
-
-void exchangeRaw(int socket, const std::string& framedRequest, std::vector<char>& body)
-{
-   if (send(socket, framedRequest.data(), framedRequest.size(), MSG_NOSIGNAL) < 0) std::exit(1);
-   uint32_t length = 0;
-   if (recv(socket, &length, sizeof length, MSG_WAITALL) != sizeof length) std::exit(1);
-   const size_t size = ntohl(length);
-   if (body.size() < size) body.resize(size);
-   for (size_t have = 0; have < size;) {
-      const ssize_t count = recv(socket, body.data() + have, size - have, 0);
-      if (count <= 0) std::exit(1);
-      have += static_cast<size_t>(count);
-   }
-}
-
-std::string framed(const std::string& body)
-{
-   const uint32_t length = htonl(static_cast<uint32_t>(body.size()));
-   return std::string(reinterpret_cast<const char*>(&length), sizeof length) + body;
 }
 
 struct Contender

@@ -159,7 +159,7 @@ CannedService::CannedService(const std::string& endpointFolder, const std::strin
    if (process_ < 0) fail("fork");
    if (process_ == 0) {
       close(pipeEnds[1]);
-      pinToCore(core);
+      if (core >= 0) pinToCore(core);
       run(local, tcp, locator, pipeEnds[0], framed);
    }
    for (const int descriptor : {local, tcp, locator, pipeEnds[0]})

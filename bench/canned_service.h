@@ -19,7 +19,8 @@ using Replies = std::map<std::string, std::string>; // by method name
 class CannedService
 {
 public:
-   // host is the loopback address of the TCP side. Ends the program when an endpoint is taken.
+   // host is the loopback address of the TCP side; a core below 0 is any. Ends the program when an
+   // endpoint is taken.
    CannedService(const std::string& endpointFolder, const std::string& host, const Replies& replies,
                  int core);
    CannedService(const CannedService&) = delete;
