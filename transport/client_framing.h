@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <utility>
 #include <vector>
 
 namespace zerova {
@@ -58,7 +59,8 @@ public:
    }
 
 protected:
-   // As the base does, except that a frame for which there is no memory is read away.
+   // As the base does, except that a frame for which there is no memory is read away, and that a
+   // length and the bytes behind it are received together.
    bool readFrame() override
    {
       uint32_t length = 0;
@@ -72,7 +74,7 @@ protected:
          rBuf_.reset(larger);
          rBufSize_ = length;
       }
-      transport_->readAll(rBuf_.get(), length);
+      readBytes(rBuf_.get(), length);
       setReadBuffer(rBuf_.get(), length);
       return true;
    }
@@ -81,18 +83,22 @@ private:
    // False when the connection has ended before the first byte.
    bool readLength(uint32_t& length)
    {
-      std::array<uint8_t, 4> bytes{};
-      for (uint32_t have = 0; have < bytes.size();) {
-         const uint32_t count =
-            transport_->read(bytes.data() + have, static_cast<uint32_t>(bytes.size()) - have);
-         if (count == 0 && have == 0) return false;
+      constexpr uint32_t kSize = 4;
+      if (aheadEnd_ - aheadBegin_ < kSize) {
+         std::copy(ahead_.begin() + aheadBegin_, ahead_.begin() + aheadEnd_, ahead_.begin());
+         aheadEnd_ -= std::exchange(aheadBegin_, 0);
+      }
+      while (aheadEnd_ - aheadBegin_ < kSize) {
+         const uint32_t room = static_cast<uint32_t>(ahead_.size()) - aheadEnd_;
+         const uint32_t count = transport_->read(ahead_.data() + aheadEnd_, room);
+         if (count == 0 && aheadEnd_ == 0) return false;
          if (count == 0)
             throw TTransportException(TTransportException::END_OF_FILE,
                                       "No more data to read after partial frame header.");
-         have += count;
+         aheadEnd_ += count;
       }
-      for (const uint8_t byte : bytes)
-         length = length << 8 | byte;
+      for (uint32_t i = 0; i < kSize; ++i)
+         length = length << 8 | ahead_[aheadBegin_++];
       if (static_cast<int32_t>(length) < 0)
          throw TTransportException("Frame size has negative value");
       if (length > maxFrameSize_)
@@ -101,15 +107,29 @@ private:
       return true;
    }
 
+   void readBytes(uint8_t* bytes, uint32_t length)
+   {
+      const uint32_t count = std::min(length, aheadEnd_ - aheadBegin_);
+      std::copy_n(ahead_.data() + aheadBegin_, count, bytes);
+      aheadBegin_ += count;
+      if (count < length) transport_->readAll(bytes + count, length - count);
+   }
+
    void discard(uint32_t length)
    {
       std::array<uint8_t, 4096> bytes;
       while (length > 0) {
          const uint32_t part = std::min(length, static_cast<uint32_t>(bytes.size()));
-         transport_->readAll(bytes.data(), part);
+         readBytes(bytes.data(), part);
          length -= part;
       }
    }
+
+   // What was received behind the last bytes read: a small frame comes whole with its length, and
+   // asking the system for each apart is what a small call can spare.
+   std::array<uint8_t, 1024> ahead_;
+   uint32_t aheadBegin_ = 0;
+   uint32_t aheadEnd_ = 0;
 };
 
 } // namespace zerova
