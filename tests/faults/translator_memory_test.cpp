@@ -16,6 +16,15 @@
 #include <stdexcept>
 #include <string>
 
+#ifdef __SANITIZE_ADDRESS__
+// The codec's package loses the buffer of a text that it was decoding when the interpreter ran out
+// of memory: it is left by a jump that nothing of it can catch.
+extern "C" const char* __lsan_default_suppressions()
+{
+   return "leak:strbuf_";
+}
+#endif
+
 namespace {
 
 using namespace zerova::test;
@@ -37,7 +46,8 @@ Attempt attempt(size_t index, Then then, Action action)
 }
 
 // The codec's package ends the process when it gets no memory for its own buffers, so those are
-// let through. All else that it does with memory it does through the interpreter.
+// let through, and not counted, as it loses one when the interpreter runs out of memory while it
+// decodes. All else that it does with memory it does through the interpreter.
 int spareCodec(dl_phdr_info* object, size_t, void*)
 {
    if (!std::strstr(object->dlpi_name, "cjson")) return 0;
