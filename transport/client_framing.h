@@ -26,10 +26,21 @@ class ClientFraming : public apache::thrift::transport::TFramedTransport
    using TTransportException = apache::thrift::transport::TTransportException;
 
 public:
-   using TFramedTransport::TFramedTransport;
+   // The base has no buffer before the first frame, and yet reads at an offset from it.
+   explicit ClientFraming(const std::shared_ptr<TTransport>& transport,
+                          const std::shared_ptr<apache::thrift::TConfiguration>& limits = nullptr)
+      : TFramedTransport(transport, limits)
+   {
+      rBuf_.reset(new uint8_t[0]);
+      setReadBuffer(rBuf_.get(), 0);
+   }
 
    // Forgets what of a request was not sent and what of a frame was not read.
-   void dropUnfinished() { initPointers(); }
+   void dropUnfinished()
+   {
+      initPointers();
+      setReadBuffer(rBuf_.get(), 0);
+   }
 
    uint32_t readEnd() override
    {
@@ -44,6 +55,7 @@ public:
    {
       checkReadBytesAvailable(*length);
       std::vector<uint8_t> gathered(rBase_, rBound_);
+      setReadBuffer(rBuf_.get(), 0); // if the rest does not come, the next call must not find these
       while (gathered.size() < *length) {
          if (!readFrame() || rBase_ == rBound_)
             throw TTransportException(TTransportException::END_OF_FILE, "No more data to read.");
@@ -73,6 +85,7 @@ protected:
          }
          rBuf_.reset(larger);
          rBufSize_ = length;
+         setReadBuffer(larger, 0);
       }
       readBytes(rBuf_.get(), length);
       setReadBuffer(rBuf_.get(), length);

@@ -298,6 +298,18 @@ TEST(TextLength, MayReachOverSeveralFrames)
    EXPECT_TRUE(replies.client->recv_isDebug());
 }
 
+TEST(TextLength, WhoseRestDoesNotComeLeavesNothingThatTheNextCallCouldTakeForItsReply)
+{
+   const Failure endOfData(TTransportException::END_OF_FILE, "No more data to read.");
+   const std::string reply =
+      WireBytes().message(wire::kReply, "isDebug").boolField(0, true).stop().bytes();
+   for (const int32_t lengthOfNextFrame : {1, 5000}) {
+      Replies replies(replyAnnouncing(1000, reply) + WireBytes().i32(lengthOfNextFrame).bytes());
+      EXPECT_EQ(failureOf<TTransportException>([&] { replies.devices(); }), endOfData);
+      EXPECT_EQ(failureOf<TTransportException>([&] { replies.client->recv_isDebug(); }), endOfData);
+   }
+}
+
 TEST(TextLength, BelowZeroIsRefused)
 {
    Replies replies(replyAnnouncing(-1, ""));
