@@ -40,8 +40,9 @@ private:
 
       bool joinIfDone()
       {
-         if (done) thread.join();
-         return done;
+         const bool isDone = done; // asked once: it may become so in between
+         if (isDone) thread.join();
+         return isDone;
       }
    };
 
