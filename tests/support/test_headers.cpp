@@ -1,0 +1,1 @@
+// Nothing of its own: the precompiled headers need a target that compiles something.
