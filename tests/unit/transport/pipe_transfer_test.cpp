@@ -60,6 +60,25 @@ protected:
    }
    void write(int32_t limit) { pseudo_sync_write(own.get(), event.get(), buffer, 8, limit); }
 
+   // A transfer that nobody ends tells the state of the event that it shares.
+   bool eventIsRaised()
+   {
+      int idle[2] = {-1, -1};
+      EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, idle), 0);
+      const TAutoHandle one(idle[0]);
+      const TAutoHandle other(idle[1]);
+      platform::PipeTransfer under{quiet.get()};
+      EXPECT_EQ(platform::startRead(one.get(), buffer, sizeof(buffer), under), 0);
+      under.event = event.get();
+      return platform::waitForTransfer(under, 0).result == platform::TransferWait::ended;
+   }
+
+   void lowerEvent()
+   {
+      platform::PipeTransfer transfer{event.get()};
+      EXPECT_EQ(platform::startRead(own.get(), buffer, sizeof(buffer), transfer), 0);
+   }
+
    template <typename Action>
    void expectFailure(Action action, int type, const std::string& text,
                       const std::string& diagnostic)
@@ -77,6 +96,7 @@ protected:
    TAutoHandle own;
    TAutoHandle peer;
    TManualResetEvent event;
+   TManualResetEvent quiet;
    uint8_t buffer[8] = {};
 };
 
@@ -182,12 +202,24 @@ TEST_F(PipeTransfer, WriteOfNothingDoesNotEvenLookAtTheHandle)
    EXPECT_NO_THROW(pseudo_sync_write(own.get(), event.get(), buffer, 0, -1));
 }
 
-TEST_F(PipeTransfer, FailedTransferRaisesItsEventAndTheNextOneLowersIt)
+TEST_F(PipeTransfer, EveryFailureRaisesTheEvent)
 {
-   const platform::PipeTransfer probe{event.get()};
-   EXPECT_THROW(read(10), TTransportException);
-   EXPECT_EQ(platform::waitForTransfer(probe, 0).result, platform::TransferWait::ended);
+   EXPECT_THROW(read(10), TTransportException); // times out
+   EXPECT_TRUE(eventIsRaised());
 
+   lowerEvent();
+   peer.reset();
+   EXPECT_THROW(write(-1), TTransportException); // cannot start
+   EXPECT_TRUE(eventIsRaised());
+
+   lowerEvent();
+   EXPECT_THROW(read(-1), TTransportException); // cannot be finished
+   EXPECT_TRUE(eventIsRaised());
+}
+
+TEST_F(PipeTransfer, StartLowersTheEvent)
+{
+   platform::raiseEvent(event.get());
    platform::PipeTransfer transfer{event.get()};
    ASSERT_EQ(platform::startRead(own.get(), buffer, sizeof(buffer), transfer), 0);
    EXPECT_EQ(platform::waitForTransfer(transfer, 0).result, platform::TransferWait::timedOut);
@@ -199,10 +231,9 @@ TEST_F(PipeTransfer, WaitThatEndsTooEarlyFailsTheTransferInsteadOfBlocking)
    ASSERT_EQ(platform::startRead(own.get(), buffer, sizeof(buffer), transfer), 0);
    platform::raiseEvent(event.get());
    uint32_t count = 0;
-   expectFailure(
-      [&] { getOverlappedResultWithTimeout(own.get(), transfer, count, 60000, true); },
-      TTransportException::UNKNOWN, "getOverlappedResultWithTimeout failed",
-      "getOverlappedResultWithTimeout errored GLE=: Resource temporarily unavailable");
+   expectFailure([&] { getOverlappedResultWithTimeout(own.get(), transfer, count, 60000, true); },
+                 TTransportException::UNKNOWN, "getOverlappedResultWithTimeout failed",
+                 "getOverlappedResultWithTimeout errored GLE=: Resource temporarily unavailable");
 }
 
 TEST_F(PipeTransfer, FinishThatMayNotBlockFailsWhileTheTransferIsUnderWay)
