@@ -111,13 +111,9 @@ void lookUp(char letter, const char* pluginName, const char* variableName)
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-   return setenv("TMPDIR", "/tmp", 1);
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+   [[maybe_unused]] static const int temporaryFolder = setenv("TMPDIR", "/tmp", 1);
    Input input(data, size);
    const char letter = static_cast<char>(input.takeByte());
    const std::string path = input.takeUpTo('\n');

@@ -64,15 +64,20 @@ std::shared_ptr<TTransport> makeTransport(const std::string& pipeName, const std
 
 } // namespace
 
+std::unique_ptr<ClientSession> makeClientSession(const std::shared_ptr<TTransport>& transport)
+{
+   silenceThriftOnce();
+   const auto framed = std::make_shared<ClientFraming>(transport);
+   const auto protocol = std::make_shared<ClientProtocol>(framed);
+   return std::unique_ptr<ClientSession>(
+      new ClientSession{transport, framed, protocol, APIv1Client(protocol)});
+}
+
 std::unique_ptr<ClientSession> openClientSession(const std::string& pipeName,
                                                  const std::string& host)
 {
-   silenceThriftOnce();
    const std::shared_ptr<TTransport> transport = makeTransport(pipeName, host);
-   const auto framed = std::make_shared<ClientFraming>(transport);
-   const auto protocol = std::make_shared<ClientProtocol>(framed);
-   std::unique_ptr<ClientSession> session(
-      new ClientSession{transport, framed, protocol, APIv1Client(protocol)});
+   std::unique_ptr<ClientSession> session = makeClientSession(transport);
    transport->open();
    return session;
 }

@@ -22,6 +22,10 @@ struct ClientSession
    APIv1Client client;
 };
 
+// Builds a stack on a transport, which it leaves as it is.
+std::unique_ptr<ClientSession>
+makeClientSession(const std::shared_ptr<apache::thrift::transport::TTransport>& transport);
+
 // Builds a stack and opens its transport: TCP to host at the port that the host's locator names, or
 // the local pipe pipeName when host is empty. Throws what the transport throws.
 std::unique_ptr<ClientSession> openClientSession(const std::string& pipeName,
