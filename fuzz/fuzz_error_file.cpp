@@ -2,25 +2,15 @@
 //
 // Input: a letter, the file. The letter says which entry's code is looked for, "A" the first to "O"
 // the fifteenth, "P" one that need not be there; in lower case the folders are searched as well.
+#include "fuzz/error_file_input.h"
 #include "fuzz/require.h"
-#include "lorvex/scan_integer.h"
 #include "lorvex/xmErrorsParser.h"
 #include "support/owned.h"
 
 #include <cstdint>
-#include <fcntl.h>
-#include <string>
 #include <string_view>
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace {
-
-constexpr int kFile = ZEROVA_FUZZ_DESCRIPTOR;
-constexpr int kFolder = kFile + 1;
-// The folder by a descriptor too: a walk has its limit on the length of a path.
-const std::string kFilePath = "/proc/self/fd/" + std::to_string(kFile);
-const std::string kFolderPath = "/proc/self/fd/" + std::to_string(kFolder);
 
 constexpr int32_t kNotFound = -52006;
 constexpr int32_t kNoLanguage = -52005;
@@ -30,36 +20,11 @@ struct Search
    OwnedString description;
    OwnedStatus status;
 
-   std::string_view text() const { return {quelerr_String_text(&description), description.length}; }
-};
-
-void writeFile(std::string_view content)
-{
-   static const bool isOpen = [] {
-      const int file = memfd_create("entries", MFD_CLOEXEC);
-      const int folder = open(ZEROVA_FUZZ_ERROR_FILES, O_PATH | O_DIRECTORY | O_CLOEXEC);
-      return dup2(file, kFile) == kFile && dup2(folder, kFolder) == kFolder;
-   }();
-   require(isOpen);
-   require(ftruncate(kFile, static_cast<off_t>(content.size())) == 0);
-   require(pwrite(kFile, content.data(), content.size(), 0) ==
-           static_cast<ssize_t>(content.size()));
-}
-
-// The number of the entry that is the index-th to be opened, as the text goes.
-int32_t codeOf(int index, std::string_view content)
-{
-   constexpr std::string_view kOpening = "code=\"";
-   int32_t code = kNotFound;
-   size_t position = 0;
-   for (int i = 0; i <= index; ++i) {
-      position = content.find(kOpening, position);
-      if (position == std::string_view::npos) break;
-      position += kOpening.size();
-      lorvex_scanInteger(std::string(content.substr(position, 64)).c_str(), &code);
+   std::string_view text() const
+   {
+      return {quelerr_String_text(&description), description.length};
    }
-   return code;
-}
+};
 
 void requireSound(const Search& search, std::string_view content)
 {
@@ -85,17 +50,18 @@ void requireSame(const Search& search, const Search& reference)
 
 void searchFolders(int32_t code, const Search& reference)
 {
+   const char* const folder = kErrorsFolderPath.c_str();
    Search inFolder;
-   lorvex_findDescriptionInDir(kFolderPath.c_str(), code, &inFolder.description, &inFolder.status);
+   lorvex_findDescriptionInDir(folder, code, &inFolder.description, &inFolder.status);
    requireSame(inFolder, reference);
 
    Search inErrorsFolder;
-   lorvex_findDescriptionInErrorsDir(kFolderPath.c_str(), code, 0, &inErrorsFolder.description,
+   lorvex_findDescriptionInErrorsDir(folder, code, 0, &inErrorsFolder.description,
                                      &inErrorsFolder.status);
    requireSame(inErrorsFolder, reference);
 
    Search withoutLanguage;
-   lorvex_findDescriptionInErrorsDir(kFolderPath.c_str(), code, 6, &withoutLanguage.description,
+   lorvex_findDescriptionInErrorsDir(folder, code, 6, &withoutLanguage.description,
                                      &withoutLanguage.status);
    requireOneOf({kNoLanguage}, withoutLanguage.status);
    require(withoutLanguage.status.code != 0 && withoutLanguage.text().empty());
@@ -108,11 +74,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
    if (size == 0) return 0;
    const std::string_view content(reinterpret_cast<const char*>(data) + 1, size - 1);
    const int letter = (data[0] - 1) & 0x0F;
-   const int32_t code = letter == 0x0F ? kNotFound : codeOf(letter, content);
-   writeFile(content);
+   const int32_t code = letter == 0x0F ? kNotFound : codeOfEntry(letter, content);
+   writeErrorFile(content);
 
    Search search;
-   lorvex_findDescriptionInFile(kFilePath.c_str(), code, &search.description, &search.status);
+   lorvex_findDescriptionInFile(kErrorFilePath.c_str(), code, &search.description, &search.status);
    requireSound(search, content);
    if (data[0] & 0x20) searchFolders(code, search);
    return 0;
