@@ -4,7 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -48,6 +47,25 @@ std::vector<std::string> wayOf(zerovaapi_Session session, int32_t ticket)
    }
    zerovaapi_DeviceContainer_destroy(devices);
    return way;
+}
+
+// What a translator of its own makes of a failure.
+std::string inGerman(const char* json)
+{
+   CheckedStatus status;
+   lorvex_Translator* const translator =
+      lorvex_exported_create("dorvex_zerova", R"({"lorvexlua_xlator":"dorvex"})", status);
+   if (!translator) return status.json();
+   std::string memory;
+   const auto allocate = [](void*, size_t length, void* text, quelerr_Status*) {
+      static_cast<std::string*>(text)->resize(length);
+      return static_cast<std::string*>(text)->data();
+   };
+   const char* const text = translator->getDynamicDesc(
+      translator, json, LORVEX_LANG_AND_ADE(lorvex_languageGerman, lorvex_environmentNone), "json1",
+      allocate, &memory, status);
+   translator->destroy(translator);
+   return text ? text : status.json();
 }
 
 TEST_F(RemoteService, TakesARouteThroughAllItsStates)
@@ -152,21 +170,9 @@ TEST_F(RemoteService, RefusalReadsAsWordsInTheUsersLanguage)
 {
    zerovaapi_calculateRoute(session_, "/matrix1/ch0", "/timer1/gate", nullptr, status_);
    ASSERT_EQ(status_.code(), zerova::standin::kRouteNotPossible.number);
-   CheckedStatus translation;
-   lorvex_Translator* const translator =
-      lorvex_exported_create("dorvex_zerova", R"({"lorvexlua_xlator":"dorvex"})", translation);
-   ASSERT_NE(translator, nullptr) << translation.json();
-   const auto allocate = [](void*, std::size_t length, void*, quelerr_Status*) {
-      return static_cast<char*>(std::malloc(length));
-   };
-   char* const text = translator->getDynamicDesc(
-      translator, status_->json, LORVEX_LANG_AND_ADE(lorvex_languageGerman, lorvex_environmentNone),
-      "json1", allocate, nullptr, translation);
-   ASSERT_NE(text, nullptr) << translation.json();
-   EXPECT_THAT(text, AllOf(HasSubstr("Quellanschluss"), HasSubstr("/matrix1/ch0"),
-                           HasSubstr("/timer1/gate")));
-   std::free(text);
-   translator->destroy(translator);
+   EXPECT_THAT(
+      inGerman(status_->json),
+      AllOf(HasSubstr("Quellanschluss"), HasSubstr("/matrix1/ch0"), HasSubstr("/timer1/gate")));
 }
 
 TEST_F(RemoteService, SessionRoutesEndWithTheirSession)
@@ -225,6 +231,24 @@ TEST_F(RemoteService, SessionsOfManyThreadsDoNotDisturbEachOther)
    for (std::thread& thread : threads)
       thread.join();
    EXPECT_EQ(service_->routeCount(), 0u);
+}
+
+TEST_F(RemoteService, ThreadsWithSessionsAndTranslatorsOfTheirOwnRunAtOnce)
+{
+   const auto work = [this](const std::string& terminal) {
+      for (int i = 0; i < 5; ++i) {
+         const ServiceSession session(address_.text()); // resolves the host, twice
+         CheckedStatus status;
+         zerovaapi_calculateRoute(session, terminal.c_str(), "/timer1/gate", nullptr, status);
+         EXPECT_EQ(status.code(), zerova::standin::kRouteNotPossible.number) << status.json();
+         EXPECT_THAT(inGerman(status->json), HasSubstr(terminal));
+      }
+   };
+   std::vector<std::thread> threads;
+   for (const int channel : {0, 1, 2, 3, 0, 1, 2, 3})
+      threads.emplace_back(work, "/matrix1/ch" + std::to_string(channel));
+   for (std::thread& thread : threads)
+      thread.join();
 }
 
 } // namespace
