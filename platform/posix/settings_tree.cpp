@@ -97,7 +97,7 @@ uint32_t findEntry(int folder, const Name& name, mode_t kind, char (&entry)[NAME
    }
    uint32_t failure = 0;
    Match best = Match::none;
-   while (failure == 0) {
+   for (;;) {
       const char* const candidate = nextName(listing);
       if (!candidate) {
          failure = lastFailure();

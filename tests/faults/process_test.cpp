@@ -308,6 +308,62 @@ TEST_F(Guest, WorksAboveFiveThousandOpenDescriptors)
    useTranslator();
 }
 
+// Leaves the process without a descriptor to open.
+class NoDescriptors
+{
+public:
+   NoDescriptors()
+   {
+      getrlimit(RLIMIT_NOFILE, &usual_);
+      rlimit narrow = usual_;
+      narrow.rlim_cur = 64;
+      setrlimit(RLIMIT_NOFILE, &narrow);
+      for (int next; (next = open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;)
+         open_.push_back(next);
+   }
+   ~NoDescriptors()
+   {
+      for (const int descriptor : open_)
+         close(descriptor);
+      setrlimit(RLIMIT_NOFILE, &usual_);
+   }
+   NoDescriptors(const NoDescriptors&) = delete;
+   NoDescriptors& operator=(const NoDescriptors&) = delete;
+
+private:
+   rlimit usual_ = {};
+   std::vector<int> open_;
+};
+
+TEST_F(Guest, WithoutDescriptorsOpensNoSessionUntilThereAreSomeAgain)
+{
+   ChildService service(answeringPlainly(), host.text());
+   service.start();
+   for (const Endpoint endpoint : {Endpoint::local, Endpoint::tcp}) {
+      FixedStatus status;
+      {
+         const NoDescriptors none;
+         EXPECT_EQ(createSession(endpoint, host.text(), status), nullptr);
+      }
+      EXPECT_EQ(status.code(), -89168) << status.text();
+      zerovaapi_destroySession(connect(endpoint));
+   }
+}
+
+TEST_F(Guest, OpenSessionNeedsNoFurtherDescriptor)
+{
+   ChildService service(answeringPlainly(), host.text());
+   service.start();
+   for (const Endpoint endpoint : {Endpoint::local, Endpoint::tcp}) {
+      const zerovaapi_Session session = connect(endpoint);
+      {
+         const NoDescriptors none;
+         useSession(session);
+      }
+      zerovaapi_destroySession(session);
+   }
+}
+
 // What a program finds open that this process has begun by fork and exec.
 std::string descriptorsOfAChild()
 {

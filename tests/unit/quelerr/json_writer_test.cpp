@@ -76,6 +76,14 @@ TEST_F(JsonWriter, WriterAtTheOpeningBracketInsertsBefore)
    EXPECT_STREQ(status.json, R"({"b":"2","a":1})");
 }
 
+TEST_F(JsonWriter, WriterBeforeAFilledContainerSetsItApart)
+{
+   quelerr_Status_setJson(&status, R"([{"a":1}])");
+   quelerr_JsonWriter first{status.json, quelerr_Status_growJson, &status};
+   quelerr_JsonWriter_addString(&first, nullptr, "x");
+   EXPECT_STREQ(status.json, R"(["x",{"a":1}])");
+}
+
 TEST_F(JsonWriter, LongValueGrowsTheBufferAndStaysWhole)
 {
    const std::string value(5000, 'J');
