@@ -20,10 +20,7 @@ struct Search
    OwnedString description;
    OwnedStatus status;
 
-   std::string_view text() const
-   {
-      return {quelerr_String_text(&description), description.length};
-   }
+   std::string_view text() const { return {quelerr_String_text(&description), description.length}; }
 };
 
 void requireSound(const Search& search, std::string_view content)

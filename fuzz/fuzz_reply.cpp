@@ -97,16 +97,18 @@ void requireSound(const quelerr_Status& status, const std::string& sent)
    if (!isOurs(status)) require(contentOf(sent).find(status.json) != std::string::npos);
 }
 
-// True if it seems to announce a list of some thousand to a million elements. The room for them is
-// made before the first is missed, which takes as long as many other inputs.
+// True if it seems to hold the field of a list of a thousand to a million elements. The room for
+// them is made before the first is missed, which takes as long as many other inputs.
 bool announcesLongList(std::string_view content)
 {
+   constexpr char kList = 0x0F;
    constexpr std::string_view kElementTypes = "\x0B\x0C\x0D\x0F"; // text, struct, map, list
-   for (size_t i = 0; i + 4 < content.size(); ++i) {
-      if (kElementTypes.find(content[i]) == kElementTypes.npos || content[i + 1] != 0) continue;
-      const auto count = static_cast<unsigned char>(content[i + 2]) << 8 |
-                         static_cast<unsigned char>(content[i + 3]); // of 256 elements each
-      if (count >= 0x10 && count <= 0x1000) return true;
+   for (size_t i = 0; i + 7 < content.size(); ++i) { // type, number, type of the elements, count
+      if (content[i] != kList || kElementTypes.find(content[i + 3]) == kElementTypes.npos) continue;
+      if (content[i + 4] != 0) continue;
+      const auto count = static_cast<unsigned char>(content[i + 5]) << 8 |
+                         static_cast<unsigned char>(content[i + 6]); // of 256 elements each
+      if (count >= 0x04 && count <= 0x1000) return true;
    }
    return false;
 }

@@ -120,8 +120,8 @@ void describeCode(lorvex_Translator* translator, uint32_t langAndAde, int32_t co
    Host host;
    OwnedStatus status;
    settingsTree.readsLeft = kMostReads;
-   const char* const text = translator->getStaticDesc(
-      translator, static_cast<uint32_t>(code), langAndAde, Host::allocate, &host, &status);
+   const char* const text = translator->getStaticDesc(translator, static_cast<uint32_t>(code),
+                                                      langAndAde, Host::allocate, &host, &status);
    requireDescribed(translator, host, text, {kSoftwareFault}, status);
    require(settingsTree.openKeys == 0);
 }
@@ -152,8 +152,8 @@ void create(bool isWhole, const std::string& registration)
    // The registration may have named a module that is no translator, so failures are good, too.
    Host host;
    OwnedStatus described;
-   const char* const text = translator->getDynamicDesc(translator, "{}", 0, kFormat,
-                                                       Host::allocate, &host, &described);
+   const char* const text =
+      translator->getDynamicDesc(translator, "{}", 0, kFormat, Host::allocate, &host, &described);
    requireDescribed(translator, host, text, {kSoftwareFault}, described);
    describeCode(translator, 0, 1);
    translator->destroy(translator);

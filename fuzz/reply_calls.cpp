@@ -24,8 +24,8 @@ void requireAttribute(zerovaapi_TerminalContainer terminals, zerovaapi_Iterator 
    // The readers take a name that ends at its first NUL byte, which is then another name.
    if (name.find('\0') != name.npos) return;
    OwnedStatus asText;
-   const char* const text = zerovaapi_TerminalIterator_getStringAttribute(
-      terminals, iterator, name.c_str(), &asText);
+   const char* const text =
+      zerovaapi_TerminalIterator_getStringAttribute(terminals, iterator, name.c_str(), &asText);
    const bool isText = attribute.attr_type == AttrType::STRING;
    require((text != nullptr) == isText && (asText.code == 0) == isText);
    if (isText) require(text == attribute.str_attr.c_str());
