@@ -101,7 +101,7 @@ void lookUp(bench::Report& report)
    const std::vector<std::string> paths = listed(scratch.path("Errors/English"));
    require(paths.size() == kFiles, "not all files are listed");
    const std::string& last = paths.back();
-   const int lastNumber = std::atoi(last.c_str() + last.rfind("errors") + std::strlen("errors"));
+   const int lastNumber = std::stoi(last.substr(last.rfind("errors") + std::strlen("errors")));
    const int32_t lastCode = -52000 - lastNumber * kEntriesPerFile - (kEntriesPerFile - 1);
 
    const auto search = [&](const std::string& folder) {
@@ -113,7 +113,7 @@ void lookUp(bench::Report& report)
       quelerr_String_release(&description);
    };
    const auto scan = [&] {
-      require(countEntries(paths) == kFiles * kEntriesPerFile, "not all entries are there");
+      require(countEntries(paths) == size_t{kFiles} * kEntriesPerFile, "not all entries are there");
    };
    const std::string exact = scratch.path("Errors\\English");
    const Medians plain = measure(

@@ -10,6 +10,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <utility>
 
 namespace zerova {
 
@@ -26,7 +27,7 @@ class ClientProtocol
 
 public:
    explicit ClientProtocol(std::shared_ptr<apache::thrift::transport::TTransport> framed)
-      : TVirtualProtocol(framed)
+      : TVirtualProtocol(std::move(framed))
    {
    }
 

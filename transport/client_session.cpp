@@ -69,8 +69,9 @@ std::unique_ptr<ClientSession> makeClientSession(const std::shared_ptr<TTranspor
    silenceThriftOnce();
    const auto framed = std::make_shared<ClientFraming>(transport);
    const auto protocol = std::make_shared<ClientProtocol>(framed);
-   return std::unique_ptr<ClientSession>(
+   std::unique_ptr<ClientSession> session(
       new ClientSession{transport, framed, protocol, APIv1Client(protocol)});
+   return session;
 }
 
 std::unique_ptr<ClientSession> openClientSession(const std::string& pipeName,

@@ -16,7 +16,8 @@ long sleepingIn(const std::string& file)
 {
    std::ifstream stream(file);
    long number = -1;
-   return stream >> number ? number : -1; // a running thread has a word there
+   if (!(stream >> number)) return -1; // a running thread has a word there
+   return number;
 }
 
 bool receivesOrPolls(long number)
