@@ -117,7 +117,7 @@ bool announcesLongList(std::string_view content)
 bool isWorthItsTime(std::string_view content)
 {
    const auto sum = std::accumulate(content.begin(), content.end(), 0);
-   return sum % 256 == 0 || !announcesLongList(content);
+   return sum % 4096 == 0 || !announcesLongList(content);
 }
 
 } // namespace
