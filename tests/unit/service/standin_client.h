@@ -28,6 +28,7 @@ public:
            std::make_shared<apache::thrift::transport::TFramedTransport>(
               std::make_shared<StreamTransport>(stream_, never_))))
    {
+      stub_.version("1.0"); // answered by a service that has counted this connection
    }
 
    APIv1Client* operator->() { return &stub_; }
