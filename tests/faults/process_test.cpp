@@ -308,6 +308,10 @@ TEST_F(Guest, WorksAboveFiveThousandOpenDescriptors)
    useTranslator();
 }
 
+// UBSan, which runs with AddressSanitizer here, looks at an object's type with a pipe of its own and
+// takes any for a wrong one when it gets none.
+#ifndef __SANITIZE_ADDRESS__
+
 // Leaves the process without a descriptor to open.
 class NoDescriptors
 {
@@ -363,6 +367,8 @@ TEST_F(Guest, OpenSessionNeedsNoFurtherDescriptor)
       zerovaapi_destroySession(session);
    }
 }
+
+#endif
 
 // What a program finds open that this process has begun by fork and exec.
 std::string descriptorsOfAChild()
