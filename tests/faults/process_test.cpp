@@ -18,9 +18,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cfenv>
 #include <csignal>
+#include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -264,31 +264,38 @@ TEST_F(Guest, TranslatorsLeaveNothingBehind)
    EXPECT_EQ(processState(), state);
 }
 
-// Descriptors on nothing, as many as asked for, above those that are open.
-class ManyDescriptors
+// Another limit on open descriptors, and descriptors on nothing below it, for as long as it lives.
+class FilledDescriptors
 {
 public:
-   explicit ManyDescriptors(size_t count)
+   explicit FilledDescriptors(rlim_t limit)
    {
       getrlimit(RLIMIT_NOFILE, &usual_);
-      rlimit wide = usual_;
-      wide.rlim_cur = std::max<rlim_t>(usual_.rlim_cur, count + 1000);
-      if (setrlimit(RLIMIT_NOFILE, &wide) != 0)
+      rlimit other = usual_;
+      other.rlim_cur = limit;
+      if (setrlimit(RLIMIT_NOFILE, &other) != 0)
          throw std::runtime_error("the hard limit of descriptors is too low for this test: raise "
                                   "it to 6000 (ulimit -Hn)");
-      while (open_.size() < count) {
-         open_.push_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
-         if (open_.back() < 0) throw std::runtime_error("cannot open that many descriptors");
-      }
    }
-   ~ManyDescriptors()
+   ~FilledDescriptors()
    {
       for (const int descriptor : open_)
          close(descriptor);
       setrlimit(RLIMIT_NOFILE, &usual_);
    }
-   ManyDescriptors(const ManyDescriptors&) = delete;
-   ManyDescriptors& operator=(const ManyDescriptors&) = delete;
+   FilledDescriptors(const FilledDescriptors&) = delete;
+   FilledDescriptors& operator=(const FilledDescriptors&) = delete;
+
+   // Opens that many, or as many as there can be, and returns how many that were.
+   size_t open(size_t count)
+   {
+      while (open_.size() < count) {
+         const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+         if (next < 0) break;
+         open_.push_back(next);
+      }
+      return open_.size();
+   }
 
 private:
    rlimit usual_ = {};
@@ -299,7 +306,8 @@ TEST_F(Guest, WorksAboveFiveThousandOpenDescriptors)
 {
    ChildService service(answeringPlainly(), host.text());
    service.start();
-   const ManyDescriptors many(5000);
+   FilledDescriptors many(6000);
+   ASSERT_EQ(many.open(5000), 5000u);
    for (const Endpoint endpoint : {Endpoint::local, Endpoint::tcp}) {
       const zerovaapi_Session session = connect(endpoint);
       useSession(session);
@@ -313,30 +321,13 @@ TEST_F(Guest, WorksAboveFiveThousandOpenDescriptors)
 #ifndef __SANITIZE_ADDRESS__
 
 // Leaves the process without a descriptor to open.
-class NoDescriptors
+struct NoDescriptors : FilledDescriptors
 {
-public:
    NoDescriptors()
+      : FilledDescriptors(64)
    {
-      getrlimit(RLIMIT_NOFILE, &usual_);
-      rlimit narrow = usual_;
-      narrow.rlim_cur = 64;
-      setrlimit(RLIMIT_NOFILE, &narrow);
-      for (int next; (next = open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;)
-         open_.push_back(next);
+      open(SIZE_MAX);
    }
-   ~NoDescriptors()
-   {
-      for (const int descriptor : open_)
-         close(descriptor);
-      setrlimit(RLIMIT_NOFILE, &usual_);
-   }
-   NoDescriptors(const NoDescriptors&) = delete;
-   NoDescriptors& operator=(const NoDescriptors&) = delete;
-
-private:
-   rlimit usual_ = {};
-   std::vector<int> open_;
 };
 
 TEST_F(Guest, WithoutDescriptorsOpensNoSessionUntilThereAreSomeAgain)
