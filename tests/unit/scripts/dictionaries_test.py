@@ -9,6 +9,7 @@ import unittest
 
 HERE = pathlib.Path(__file__).resolve().parent
 SCRIPTS = HERE.parents[2] / "scripts"
+GLOSSARY = HERE.parents[2] / "docs" / "glossary.md"
 sys.path.insert(0, str(SCRIPTS))
 sys.dont_write_bytecode = True
 
@@ -24,6 +25,15 @@ EMPTY_KEYS = {
 # Fragments that are glued to what stands before them.
 GLUED_BEFORE = {"kAuxTermTo", "kAuxTermInStepsOf", "kAuxTermOrDEPRECATED"}
 
+GLOSSARY_LANGUAGES = {
+    "English": "eng",
+    "German": "deu",
+    "French": "fra",
+    "Japanese": "jpn",
+    "Korean": "kor",
+    "Chinese": "chs",
+}
+
 # Fullwidth and ideographic punctuation that a language writes; elsewhere it is a slip.
 WIDE_PUNCTUATION = {"chs": set("：，。、；？！（）“”《》…"), "jpn": set("、。・「」（）〜～？！…")}
 
@@ -34,6 +44,25 @@ def read(language):
         path = SCRIPTS / "terms" / language / name
         terms += generate_terms.TermFileParser(path, language, family).parse(path.read_bytes())
     return {term.key: term.text for term in terms}
+
+
+def sample_terms():
+    """{key: {language: text}} of the texts whose wording is fixed."""
+    return json.loads((HERE / "sample_terms.json").read_text(encoding="utf-8"))
+
+
+def ruled_out_words():
+    """[(language, word, the word that stands in its place)], from the glossary."""
+    section = GLOSSARY.read_text(encoding="utf-8").split("\n## Words that no text uses\n")[1]
+    table = section.split("\n## ")[0].split("|---|---|---|---|\n")[1]
+    rows = [line.strip("| ").split(" | ") for line in table.splitlines() if line]
+    return [(GLOSSARY_LANGUAGES[language], word, instead) for language, word, instead, _ in rows]
+
+
+def has_word(language, word, text):
+    """Whether a word of the text begins with this one, or, where blanks do not part words, holds it."""
+    start = r"\b" if language in ("eng", "fra", "deu") else ""
+    return re.search(start + re.escape(word), text, re.IGNORECASE) is not None
 
 
 def same_as_english():
@@ -75,7 +104,7 @@ class Dictionaries(unittest.TestCase):
             self.assertEqual(present[:count], expected)
 
     def test_sample_texts_are_exact(self):
-        samples = json.loads((HERE / "sample_terms.json").read_text(encoding="utf-8"))
+        samples = sample_terms()
         self.assertEqual(len(samples), 23)
         for key, texts in samples.items():
             for language, text in texts.items():
@@ -115,6 +144,30 @@ class Dictionaries(unittest.TestCase):
 
     def test_english_is_plain_ascii(self):
         self.assertEqual(self.faults(lambda _, __, text: not text.isascii(), ["eng"]), [])
+
+    def test_english_labels_begin_and_end_with_a_capital(self):
+        fixed = sample_terms()
+
+        def is_fault(_, key, text):
+            if not key.startswith("kUsageType") or not text or key in fixed:
+                return False
+            words = [word.strip("()") for word in text.split()]
+            return words[0][0].islower() or words[-1][0].islower()
+        self.assertEqual(self.faults(is_fault, ["eng"]), [])
+
+    def test_words_that_the_glossary_rules_out_occur_in_no_text(self):
+        fixed = sample_terms()
+        self.assertEqual(
+            [(language, key, word, text)
+             for language, word, _ in ruled_out_words()
+             for key, text in self.texts[language].items()
+             if key not in fixed and has_word(language, word, text)], [])
+
+    def test_words_that_stand_in_their_place_are_used(self):
+        self.assertEqual(
+            [(language, word)
+             for language, _, word in ruled_out_words()
+             if not any(has_word(language, word, text) for text in self.texts[language].values())], [])
 
     def test_no_translation_is_left_in_english(self):
         allowed = same_as_english()
