@@ -18,3 +18,12 @@ function(zerova_link_objects target)
    target_link_libraries(${target} PRIVATE
       ${objects} $<TARGET_PROPERTY:zerovaapi_objects,LINK_LIBRARIES>)
 endfunction()
+
+# zerova_link_interpreter(target)
+#
+# Links an interpreter of its own into a program that knows the library from outside.
+function(zerova_link_interpreter target)
+   target_link_libraries(${target} PRIVATE zerova_lua)
+   target_sources(${target} PRIVATE
+      "$<FILTER:$<TARGET_OBJECTS:zerovaapi_objects>,INCLUDE,/(codec_memory|number_text|thread_pointer)[.]>")
+endfunction()

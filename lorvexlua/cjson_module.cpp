@@ -1,10 +1,10 @@
+#include "lorvexlua/codec_memory.h"
 #include "lorvexlua/native_modules.h"
 
 #include <cstring>
 
-extern "C" {
-#include <lua-cjson.h>
-}
+// The codec's package has no header of its own.
+extern "C" int luaopen_cjson(lua_State* L);
 
 namespace {
 
@@ -35,30 +35,61 @@ void leaveSlashesBare(lua_State* L)
    lua_pushlstring(L, bare, static_cast<size_t>(write - bare));
 }
 
-// Replaces the stock function that is the first upvalue.
+// Raises the failure of a stock function again. The function puts the script's line in front of its
+// message; called from here, it found no line.
+void raiseAgain(lua_State* L, int result)
+{
+   if (result == 0) return;
+   if (result != LUA_ERRRUN) lorvexlua_raiseOutOfMemory(L);
+   if (lua_type(L, -1) == LUA_TSTRING) {
+      luaL_where(L, 1);
+      lua_insert(L, -2);
+      lua_concat(L, 2);
+   }
+   lua_error(L);
+}
+
+// Each of the following replaces the stock function that is its first upvalue, and looks at the
+// arguments as that function does, which would not know its own name here.
+
 int encode(lua_State* L)
 {
    luaL_argcheck(L, lua_gettop(L) == 1, 1, "expected 1 argument");
    lua_pushvalue(L, lua_upvalueindex(1));
    lua_pushvalue(L, 1);
-   const int result = lua_pcall(L, 1, 1, 0);
-   if (result == LUA_ERRRUN && lua_type(L, -1) == LUA_TSTRING) {
-      // The stock function puts the script's line in front of its message; called from here, it
-      // found no line.
-      luaL_where(L, 1);
-      lua_insert(L, -2);
-      lua_concat(L, 2);
-   }
-   if (result == LUA_ERRRUN) return lua_error(L);
-   if (result != 0) {
-      // Out of memory must reach the caller as such, which lua_error cannot do: let it happen
-      // again.
-      lua_settop(L, 1);
-      lua_pushvalue(L, lua_upvalueindex(1));
-      lua_insert(L, 1);
-      lua_call(L, 1, 1);
-   }
+   raiseAgain(L, lorvexlua_callCodec(L, 1, 1, kCodecReleasesBlocks));
    leaveSlashesBare(L);
+   return 1;
+}
+
+int decode(lua_State* L)
+{
+   luaL_argcheck(L, lua_gettop(L) == 1, 1, "expected 1 argument");
+   size_t length = 0;
+   luaL_checklstring(L, 1, &length);
+   if (length > kCodecLongestDocument) lorvexlua_raiseOutOfMemory(L);
+   lua_pushvalue(L, lua_upvalueindex(1));
+   lua_pushvalue(L, 1);
+   raiseAgain(L, lorvexlua_callCodec(L, 1, 1, kCodecReleasesBlocks));
+   return 1;
+}
+
+int keepBuffer(lua_State* L)
+{
+   static const char* const kSettings[] = {"off", "on", nullptr};
+   luaL_argcheck(L, lua_gettop(L) <= 1, 2, "found too many arguments");
+   if (!lua_isnoneornil(L, 1) && !lua_isboolean(L, 1)) luaL_checkoption(L, 1, nullptr, kSettings);
+   lua_settop(L, 1);
+   lua_pushvalue(L, lua_upvalueindex(1));
+   lua_pushvalue(L, 1);
+   const int result = lorvexlua_callCodec(L, 1, 1, kCodecKeepsBlocks);
+   if (result != 0) {
+      // It has noted that it keeps a buffer, and has none.
+      lua_pushvalue(L, lua_upvalueindex(1));
+      lua_pushboolean(L, false);
+      lorvexlua_callCodec(L, 1, 0, kCodecKeepsBlocks);
+   }
+   raiseAgain(L, result);
    return 1;
 }
 
@@ -73,13 +104,15 @@ void wrapMember(lua_State* L, const char* name, lua_CFunction function)
 void wrapCodec(lua_State* L)
 {
    wrapMember(L, "encode", encode);
+   wrapMember(L, "decode", decode);
+   wrapMember(L, "encode_keep_buffer", keepBuffer);
    wrapMember(L, "new", newCodec);
 }
 
 int newCodec(lua_State* L)
 {
    lua_pushvalue(L, lua_upvalueindex(1));
-   lua_call(L, 0, 1);
+   raiseAgain(L, lorvexlua_callCodec(L, 0, 1, kCodecKeepsBlocks));
    wrapCodec(L);
    return 1;
 }
@@ -89,7 +122,7 @@ int newCodec(lua_State* L)
 int lorvexlua_openCjson(lua_State* L)
 {
    lua_pushcfunction(L, luaopen_cjson);
-   lua_call(L, 0, 1);
+   raiseAgain(L, lorvexlua_callCodec(L, 0, 1, kCodecKeepsBlocks));
    wrapCodec(L);
    lua_pushvalue(L, -1);
    lua_setglobal(L, "cjson");

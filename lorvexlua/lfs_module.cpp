@@ -1,6 +1,7 @@
 #include "lorvexlua/native_modules.h"
 
-#include <lfs.h>
+// Its own header would export it from the library on some systems.
+extern "C" int luaopen_lfs(lua_State* L);
 
 int lorvexlua_openLfs(lua_State* L)
 {

@@ -20,10 +20,9 @@ namespace {
 
 constexpr const char* kServicePath = "Trevanta/Zerova";
 
-// Thrift's output is one for the process, so a host that uses Thrift as well loses its own; a load
-// of the library alone, and a host that only translates messages, must not cost it that. Nothing of
-// ours can write a message before the first session begins, and afterwards the host's choice
-// stands.
+// The output of the Thrift that is linked in is ours alone. A build on the system's Thrift shares it
+// with the host, which must not lose its own by a load of the library, or by translating messages.
+// Nothing of ours can write a message before the first session begins.
 void silenceThriftOnce()
 {
    static const bool silent = [] {

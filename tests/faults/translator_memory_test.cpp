@@ -9,21 +9,10 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <link.h>
 
-#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 #include <string>
-
-#ifdef __SANITIZE_ADDRESS__
-// The codec's package loses the buffer of a text that it was decoding when the interpreter ran out
-// of memory: it is left by a jump that nothing of it can catch.
-extern "C" const char* __lsan_default_suppressions()
-{
-   return "leak:strbuf_";
-}
-#endif
 
 namespace {
 
@@ -43,21 +32,6 @@ Attempt attempt(size_t index, Then then, Action action)
    const FailingMalloc failing(index, then);
    action();
    return {failing.hasFailed(), failing.count()};
-}
-
-// The codec's package ends the process when it gets no memory for its own buffers, so those are
-// let through, and not counted, as it loses one when the interpreter runs out of memory while it
-// decodes. All else that it does with memory it does through the interpreter.
-int spareCodec(dl_phdr_info* object, size_t, void*)
-{
-   if (!std::strstr(object->dlpi_name, "cjson")) return 0;
-   uintptr_t end = object->dlpi_addr;
-   for (int i = 0; i < object->dlpi_phnum; ++i)
-      end = std::max<uintptr_t>(end, object->dlpi_addr + object->dlpi_phdr[i].p_vaddr +
-                                        object->dlpi_phdr[i].p_memsz);
-   spareFromFailing(reinterpret_cast<const void*>(object->dlpi_addr),
-                    reinterpret_cast<const void*>(end));
-   return 1;
 }
 
 // Memory of a host that never runs out of it.
@@ -122,7 +96,6 @@ protected:
       folder.write("Errors/German/errors.txt", "<?xml version=\"1.0\"?>\n<tvdocument>\n"
                                                "<tverror code=\"-1\">\nGer\xE4t\n</tverror>\n"
                                                "</tvdocument>\n");
-      dl_iterate_phdr(spareCodec, nullptr);
    }
 
    lorvex_Translator* create(quelerr_Status* status) const

@@ -28,15 +28,6 @@ thread_local bool failsBehind = false;
 thread_local size_t allocations = 0;
 thread_local ptrdiff_t live = 0;
 
-uintptr_t sparedBegin = 0;
-uintptr_t sparedEnd = 0;
-
-bool isSpared(const void* caller)
-{
-   const auto address = reinterpret_cast<uintptr_t>(caller);
-   return address >= sparedBegin && address < sparedEnd;
-}
-
 // Refuses what no system has as well: a sanitizer would end the process instead.
 bool mustFail(size_t size)
 {
@@ -48,13 +39,9 @@ bool mustFail(size_t size)
    return fails;
 }
 
-// The caller of the function that this stands in.
-#define CALLER __builtin_return_address(0)
-
 template <typename Allocate>
-void* take(size_t size, const void* caller, Allocate allocate)
+void* take(size_t size, Allocate allocate)
 {
-   if (isSpared(caller)) return allocate();
    if (mustFail(size)) return nullptr;
    void* const block = allocate();
    if (block) ++live;
@@ -67,31 +54,30 @@ extern "C" {
 
 void* malloc(size_t size)
 {
-   return take(size, CALLER, [=] { return BEHIND(malloc)(size); });
+   return take(size, [=] { return BEHIND(malloc)(size); });
 }
 
 void* calloc(size_t count, size_t size)
 {
-   return take(size, CALLER, [=] { return BEHIND(calloc)(count, size); });
+   return take(size, [=] { return BEHIND(calloc)(count, size); });
 }
 
 // Lets go of memory as the system's does: a size of 0 is no allocation and does not fail.
 void* realloc(void* block, size_t size)
 {
-   if (!block) return take(size, CALLER, [=] { return BEHIND(realloc)(nullptr, size); });
-   if (isSpared(CALLER)) return BEHIND(realloc)(block, size);
+   if (!block) return take(size, [=] { return BEHIND(realloc)(nullptr, size); });
    if (size == 0) --live;
    return size != 0 && mustFail(size) ? nullptr : BEHIND(realloc)(block, size);
 }
 
 void* aligned_alloc(size_t alignment, size_t size)
 {
-   return take(size, CALLER, [=] { return BEHIND(memalign)(alignment, size); });
+   return take(size, [=] { return BEHIND(memalign)(alignment, size); });
 }
 
 void free(void* block)
 {
-   if (block && !isSpared(CALLER)) --live;
+   if (block) --live;
    BEHIND(free)(block);
 }
 
@@ -119,12 +105,6 @@ size_t FailingMalloc::count() const
 bool FailingMalloc::hasFailed() const
 {
    return allocations > index_;
-}
-
-void spareFromFailing(const void* begin, const void* end)
-{
-   sparedBegin = reinterpret_cast<uintptr_t>(begin);
-   sparedEnd = reinterpret_cast<uintptr_t>(end);
 }
 
 ptrdiff_t liveBlocks()

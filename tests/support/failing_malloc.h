@@ -33,10 +33,6 @@ private:
    const size_t index_;
 };
 
-// Lets every allocation through, uncounted, that code between the two addresses makes: for a library
-// that ends the process when it gets no memory. Before that code runs for the first time.
-void spareFromFailing(const void* begin, const void* end);
-
 // Blocks that this thread has taken so far less those that it has given back: equal before and
 // after something that leaves nothing behind. Blocks that go from one thread to another spoil it.
 ptrdiff_t liveBlocks();

@@ -1,4 +1,4 @@
-// The scripts by themselves, under a plain interpreter with the plain codec.
+// The scripts by themselves, in a state that nobody has set up for them.
 #include "lorvexlua/embedded_modules.h"
 #include "lorvexlua/native_modules.h"
 
@@ -9,10 +9,6 @@
 
 #include <fstream>
 #include <sstream>
-
-extern "C" {
-#include <lua-cjson.h>
-}
 
 namespace {
 
@@ -29,9 +25,7 @@ protected:
    {
       state.open(lorvexlua_openStdint, "stdint");
       state.open(lorvexlua_openLorvexluautils, "lorvexluautils");
-      lua_pushcfunction(state.L, luaopen_cjson);
-      lua_call(state.L, 0, 1);
-      lua_setglobal(state.L, "cjson");
+      state.open(lorvexlua_openCjson, "cjson");
       lorvexlua_addEmbeddedModules(state.L);
       state.run("dvxl_unmapErrorCode = function(code) return code end");
    }

@@ -1,0 +1,32 @@
+/* Numbers as text, the same in every locale: a decimal point is a full stop, whatever locale the host
+ * has chosen, and whenever and in whichever thread it chooses.
+ *
+ * Plain C, since the interpreter and the JSON codec are compiled with these in the place of the
+ * functions of the C library that are named beside them. */
+#ifndef LORVEXLUA_NUMBER_TEXT_H
+#define LORVEXLUA_NUMBER_TEXT_H
+
+#include <stddef.h>
+#include <stdio.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* strtod. */
+double lorvexlua_readNumber(const char* text, char** end);
+
+/* sprintf, snprintf and fprintf. A format that ends in a conversion of a floating-point number must
+ * be that conversion alone. */
+int lorvexlua_print(char* text, const char* format, ...);
+int lorvexlua_printBounded(char* text, size_t capacity, const char* format, ...);
+int lorvexlua_printToFile(FILE* file, const char* format, ...);
+
+/* fscanf of one number, decimal or hexadecimal: 1 if there is one. */
+int lorvexlua_scanNumber(FILE* file, double* number);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
