@@ -121,6 +121,7 @@ int newCodec(lua_State* L)
 
 int lorvexlua_openCjson(lua_State* L)
 {
+   lorvexlua_keepCodecBlocks(L);
    lua_pushcfunction(L, luaopen_cjson);
    raiseAgain(L, lorvexlua_callCodec(L, 0, 1, kCodecKeepsBlocks));
    wrapCodec(L);

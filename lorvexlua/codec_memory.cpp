@@ -9,12 +9,17 @@
 
 namespace {
 
-// In front of each block. The blocks of a call are a ring with the call; one of none is a ring of
-// its own.
-struct alignas(std::max_align_t) Block
+// The blocks of a call are a ring with the call, and those that outlive it one with a userdata of
+// the interpreter.
+struct Link
 {
-   Block* previous = this;
-   Block* next = this;
+   Link* previous = this;
+   Link* next = this;
+};
+
+// In front of each block.
+struct alignas(std::max_align_t) Block : Link
+{
    int size = 0;
 };
 
@@ -22,8 +27,7 @@ struct alignas(std::max_align_t) Block
 struct CodecCall
 {
    lua_State* state;
-   Block blocks;
-   bool releasesBlocks;
+   Link* ring; // which takes in new blocks; may be null
 };
 
 // The codec doubles the size of a buffer until it suffices, in an int. From this size on, which is
@@ -39,23 +43,47 @@ CodecCall* currentCall()
    return static_cast<CodecCall*>(platform::threadPointer());
 }
 
-void insert(Block* block, Block* behind)
+void insert(Link* link, Link* behind)
 {
-   block->previous = behind;
-   block->next = behind->next;
-   block->next->previous = block;
-   behind->next = block;
+   link->previous = behind;
+   link->next = behind->next;
+   link->next->previous = link;
+   behind->next = link;
 }
 
-void remove(Block* block)
+void remove(Link* link)
 {
-   block->previous->next = block->next;
-   block->next->previous = block->previous;
+   link->previous->next = link->next;
+   link->next->previous = link->previous;
 }
 
 Block* blockOf(void* bytes)
 {
    return static_cast<Block*>(bytes) - 1;
+}
+
+void releaseAll(Link* ring)
+{
+   while (ring->next != ring)
+      lorvexlua_codecFree(static_cast<Block*>(ring->next) + 1);
+}
+
+// Its address is the key of the interpreter's ring in the registry.
+constexpr char kKeptBlocks = 0;
+
+int releaseKeptBlocks(lua_State* L)
+{
+   releaseAll(static_cast<Link*>(lua_touserdata(L, 1)));
+   return 0;
+}
+
+Link* keptBlocks(lua_State* L)
+{
+   lua_pushlightuserdata(L, const_cast<char*>(&kKeptBlocks));
+   lua_rawget(L, LUA_REGISTRYINDEX);
+   auto* const ring = static_cast<Link*>(lua_touserdata(L, -1));
+   lua_pop(L, 1);
+   return ring;
 }
 
 // Refuses the next request for memory and hands the interpreter its own allocator back.
@@ -76,16 +104,28 @@ void* refuse(void* context, void* block, size_t oldSize, size_t newSize)
 
 } // namespace
 
+void lorvexlua_keepCodecBlocks(lua_State* L)
+{
+   if (keptBlocks(L)) return;
+   lua_pushlightuserdata(L, const_cast<char*>(&kKeptBlocks));
+   new (lua_newuserdata(L, sizeof(Link))) Link;
+   lua_createtable(L, 0, 1);
+   lua_pushcfunction(L, releaseKeptBlocks);
+   lua_setfield(L, -2, "__gc");
+   lua_setmetatable(L, -2);
+   lua_rawset(L, LUA_REGISTRYINDEX);
+}
+
 int lorvexlua_callCodec(lua_State* L, int argumentCount, int resultCount,
                         lorvexlua_CodecBlocks blocks)
 {
-   CodecCall call{L, {}, blocks == kCodecReleasesBlocks};
+   Link own;
+   CodecCall call{L, blocks == kCodecReleasesBlocks ? &own : keptBlocks(L)};
    CodecCall* const outer = currentCall();
    platform::setThreadPointer(&call);
    const int result = lua_pcall(L, argumentCount, resultCount, 0);
    platform::setThreadPointer(outer);
-   while (call.blocks.next != &call.blocks)
-      lorvexlua_codecFree(call.blocks.next + 1);
+   releaseAll(&own);
    return result;
 }
 
@@ -108,15 +148,16 @@ void* lorvexlua_codecAllocate(size_t size)
    if (!memory) lorvexlua_raiseOutOfMemory(call->state);
    Block* const block = new (memory) Block;
    block->size = static_cast<int>(size);
-   if (call && call->releasesBlocks) insert(block, &call->blocks);
+   if (call && call->ring) insert(block, call->ring);
    return block + 1;
 }
 
 void* lorvexlua_codecReallocate(int* noted, void* bytes, size_t size)
 {
    Block* const old = blockOf(bytes);
-   const bool isAlone = old->next == old;
-   Block* const behind = old->previous;
+   // Out of its ring meanwhile, as it may move.
+   Link* const behind = old->previous;
+   const bool isAlone = behind == old;
    remove(old);
    void* const memory = size <= kLargestBuffer ? std::realloc(old, sizeof(Block) + size) : nullptr;
    Block* const block = memory ? static_cast<Block*>(memory) : old;

@@ -18,6 +18,10 @@ enum
    kCodecLongestDocument = (1023 << 20) - 1
 };
 
+/* Has blocks that outlive the codec's calls released with the interpreter at the latest: it forgets
+ * the finaliser of a codec for whose call it has no memory. Before the codec is opened. */
+void lorvexlua_keepCodecBlocks(struct lua_State* L);
+
 /* A protected call, as lua_pcall makes it without a handler, of a function of the codec: within it
  * these functions know the interpreter. Blocks that a failed call has not released are released
  * here if the call keeps none by design. */
