@@ -1,6 +1,6 @@
 // The settings tree as folders (keys) and files (values) below ZEROVA_REGISTRY_DIR. A file's
-// content is the value's text in UTF-8; one line feed at its end is the editor's and not the
-// value's. Names are found without regard to the case of ASCII letters.
+// content is the value's text in UTF-8; one line end, LF or CR LF, at its end is the editor's and not
+// the value's. Names are found without regard to the case of ASCII letters.
 #include "platform/settings_tree.h"
 
 #include "platform/posix/open_path.h"
@@ -123,12 +123,19 @@ uint32_t openSubKey(int folder, const Name& name, int* opened)
    return *opened < 0 ? lastFailure() : 0;
 }
 
-// Decodes the content of file into output, without the line feed at its end.
+// Decodes the content of file into output, without the line end at its end.
 uint32_t decodeFile(int file, Utf16Output* output)
 {
    const auto put = [output](uint32_t codePoint) { output->putCodePoint(codePoint); };
    Utf8Decoder decoder;
-   bool holdsLineFeed = false;
+   // A line end, or the carriage return that may begin one, is held back until something follows.
+   bool holdsReturn = false;
+   bool holdsFeed = false;
+   const auto release = [&] {
+      if (holdsReturn) decoder.feed('\r', put);
+      if (holdsFeed) decoder.feed('\n', put);
+      holdsReturn = holdsFeed = false;
+   };
    off_t total = 0;
    for (;;) {
       char chunk[4096];
@@ -139,12 +146,17 @@ uint32_t decodeFile(int file, Utf16Output* output)
       total += count;
       if (total > kMostValueBytes) return EFBIG;
       for (ssize_t i = 0; i < count; ++i) {
-         // A line feed is held back until something follows it.
-         if (holdsLineFeed) decoder.feed('\n', put);
-         holdsLineFeed = chunk[i] == '\n';
-         if (!holdsLineFeed) decoder.feed(chunk[i], put);
+         const char byte = chunk[i];
+         if (holdsFeed || byte != '\n') release();
+         if (byte == '\n')
+            holdsFeed = true;
+         else if (byte == '\r')
+            holdsReturn = true;
+         else
+            decoder.feed(byte, put);
       }
    }
+   if (!holdsFeed) release();
    decoder.finish(put);
    return 0;
 }

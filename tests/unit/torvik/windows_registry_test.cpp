@@ -121,17 +121,37 @@ TEST_F(WindowsRegistry, LargerBufferOfTheCallerIsCutToTheValue)
    EXPECT_EQ(valueOf("short"), u"short");
 }
 
-TEST_F(WindowsRegistry, OneLineFeedAtTheEndIsNotTheValues)
+TEST_F(WindowsRegistry, OneLineEndAtTheEndIsNotTheValues)
 {
    EXPECT_EQ(valueOf("text\n"), u"text");
+   EXPECT_EQ(valueOf("text\r\n"), u"text");
    EXPECT_EQ(valueOf("text\n\n"), u"text\n");
+   EXPECT_EQ(valueOf("text\r\n\r\n"), u"text\r\n");
+   EXPECT_EQ(valueOf("text\r\n\n"), u"text\r\n");
+   EXPECT_EQ(valueOf("text\n\r\n"), u"text\n");
+   EXPECT_EQ(valueOf("text\r\r\n"), u"text\r");
    EXPECT_EQ(valueOf("\n"), u"");
+   EXPECT_EQ(valueOf("\r\n"), u"");
+}
+
+TEST_F(WindowsRegistry, LineEndIsOneWhereverTheReadsCutIt)
+{
+   for (const size_t length : {4094u, 4095u, 4096u}) {
+      const std::string text(length, 'a');
+      const std::u16string units(length, u'a');
+      EXPECT_EQ(valueOf(text + "\n"), units);
+      EXPECT_EQ(valueOf(text + "\r\n"), units);
+      EXPECT_EQ(valueOf(text + "\r"), units + u"\r");
+      EXPECT_EQ(valueOf(text + "\r\nz"), units + u"\r\nz");
+      EXPECT_EQ(valueOf(text + "\rz"), units + u"\rz");
+   }
 }
 
 TEST_F(WindowsRegistry, OtherLineEndsAreTheValues)
 {
    EXPECT_EQ(valueOf("one\ntwo\r\nthree\r"), u"one\ntwo\r\nthree\r");
-   EXPECT_EQ(valueOf("text\r\n"), u"text\r");
+   EXPECT_EQ(valueOf("text\n\r"), u"text\n\r");
+   EXPECT_EQ(valueOf("text\r\r"), u"text\r\r");
 }
 
 TEST_F(WindowsRegistry, ContentThatIsNoUtf8ComesOutAsReplacementCharacters)
@@ -141,6 +161,7 @@ TEST_F(WindowsRegistry, ContentThatIsNoUtf8ComesOutAsReplacementCharacters)
    EXPECT_EQ(valueOf("a\xE2\x82z"), u"a\uFFFDz") << "a sequence broken off is one";
    EXPECT_EQ(valueOf("a\xE2\x82"), u"a\uFFFD") << "so is one that the end cuts";
    EXPECT_EQ(valueOf("a\xE2\x82\n"), u"a\uFFFD") << "or the line feed at the end";
+   EXPECT_EQ(valueOf("a\xE2\x82\r\n"), u"a\uFFFD");
    EXPECT_EQ(valueOf("\xC0\xAF"), u"\uFFFD\uFFFD") << "longer than need be";
    EXPECT_EQ(valueOf("\xED\xA0\x80"), u"\uFFFD\uFFFD\uFFFD") << "a surrogate";
    EXPECT_EQ(valueOf("\xF4\x90\x80\x80"), u"\uFFFD\uFFFD\uFFFD\uFFFD") << "above 0x10FFFF";
