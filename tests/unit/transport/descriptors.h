@@ -10,6 +10,8 @@
 
 namespace descriptors {
 
+// A descriptor that is not open has no flag set.
+
 inline size_t countOpen()
 {
    const std::filesystem::directory_iterator all("/proc/self/fd");
@@ -23,7 +25,14 @@ inline bool isOpen(int descriptor)
 
 inline bool closesOnExec(int descriptor)
 {
-   return (fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0;
+   const int flags = fcntl(descriptor, F_GETFD);
+   return flags >= 0 && (flags & FD_CLOEXEC) != 0;
+}
+
+inline bool isNonBlocking(int descriptor)
+{
+   const int flags = fcntl(descriptor, F_GETFL);
+   return flags >= 0 && (flags & O_NONBLOCK) != 0;
 }
 
 // The number that the next one will have.

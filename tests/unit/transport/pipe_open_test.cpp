@@ -222,7 +222,7 @@ TEST(PipeOpen, ExtraFlagsAreThoseOfTheSocket)
    TPipe pipe(service.name());
    pipe.setVerifier(&verifier);
    pipe.open();
-   EXPECT_NE(fcntl(verifier.seen, F_GETFL) & O_NONBLOCK, 0);
+   EXPECT_TRUE(descriptors::isNonBlocking(verifier.seen));
 
    verifier.flags = [](int) { return 0x40000000u; };
    pipe.close();
@@ -355,7 +355,7 @@ TEST(BusyPipe, FlagsOfTheLastPassHold)
    pipe.setVerifier(&verifier);
    const faults::Failing busyOnce(faults::Call::kConnect, EAGAIN);
    pipe.open();
-   EXPECT_NE(fcntl(verifier.seen, F_GETFL) & O_NONBLOCK, 0);
+   EXPECT_TRUE(descriptors::isNonBlocking(verifier.seen));
 }
 
 TEST(BusyPipe, FlagsThatNoSocketTakesFailOnTheLastPassToo)

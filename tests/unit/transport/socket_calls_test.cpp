@@ -6,6 +6,7 @@
 #include "unit/transport/system_faults.h"
 
 #include <atomic>
+#include <barrier>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -108,10 +109,33 @@ TEST(SocketStart, ManyThreadsMayStartAndStopAtOnce)
    EXPECT_EQ(descriptors::countOpen(), before);
 }
 
+TEST(SocketStart, OfThreadsThatStartAtOnceOneMakesTheWakeSocket)
+{
+   constexpr int kThreads = 8;
+   const size_t before = descriptors::countOpen();
+   std::barrier start(kThreads);
+   {
+      const faults::SlowSockets sockets;
+      std::vector<std::future<bool>> threads;
+      for (int i = 0; i < kThreads; ++i)
+         threads.push_back(std::async(std::launch::async, [&] {
+            start.arrive_and_wait();
+            return sockInit();
+         }));
+      for (auto& thread : threads)
+         EXPECT_TRUE(thread.get());
+      EXPECT_EQ(sockets.made(), 1);
+   }
+   for (int i = 0; i < kThreads; ++i)
+      EXPECT_TRUE(sockShutdown());
+   EXPECT_FALSE(sockShutdown());
+   EXPECT_EQ(descriptors::countOpen(), before);
+}
+
 TEST_F(SocketCalls, OpenGivesANewRecordWithANonBlockingSocketThatIsNotInherited)
 {
    const int descriptor = static_cast<int>(rec.sock);
-   EXPECT_NE(fcntl(descriptor, F_GETFL) & O_NONBLOCK, 0);
+   EXPECT_TRUE(descriptors::isNonBlocking(descriptor));
    EXPECT_TRUE(descriptors::closesOnExec(descriptor));
    EXPECT_EQ(rec.reserved, 0);
    EXPECT_EQ(rec.hostAddress, 0u);

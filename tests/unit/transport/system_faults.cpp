@@ -1,9 +1,13 @@
 // The linker leads the calls of the program's objects to the functions with __wrap_ in front.
 #include "unit/transport/system_faults.h"
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <condition_variable>
 #include <cstdarg>
 #include <fcntl.h>
+#include <mutex>
 #include <netdb.h>
 #include <optional>
 #include <poll.h>
@@ -31,6 +35,7 @@ struct Polls
    std::vector<int> limits;
    size_t firstTimedOut = SIZE_MAX;
    Fault fault;
+   Fault interruption;
 };
 
 struct Ticks
@@ -38,6 +43,26 @@ struct Ticks
    uint32_t next;
    uint32_t step;
 };
+
+struct SocketMeeting
+{
+   std::mutex lock;
+   std::condition_variable arrival;
+   std::atomic<bool> isHeld = false;
+   int arrived = 0;
+
+   // Takes the lock for no other test: it would put the threads in an order of its own.
+   void attend()
+   {
+      if (!isHeld.load(std::memory_order_relaxed)) return;
+      std::unique_lock<std::mutex> guard(lock);
+      ++arrived;
+      arrival.notify_all();
+      arrival.wait_for(guard, std::chrono::milliseconds(200), [this] { return arrived > 1; });
+   }
+};
+
+SocketMeeting meeting;
 
 thread_local Fault pending[static_cast<size_t>(Call::kCount)];
 thread_local std::optional<Polls> polls;
@@ -82,6 +107,11 @@ void WatchedPoll::failNext(int error, int times)
    polls->fault = {error, times};
 }
 
+void WatchedPoll::interruptNext(int times)
+{
+   polls->interruption = {EINTR, times};
+}
+
 void WatchedPoll::timeOutFrom(size_t index)
 {
    polls->firstTimedOut = index;
@@ -90,6 +120,25 @@ void WatchedPoll::timeOutFrom(size_t index)
 const std::vector<int>& WatchedPoll::limits() const
 {
    return polls->limits;
+}
+
+SlowSockets::SlowSockets()
+{
+   const std::lock_guard<std::mutex> guard(meeting.lock);
+   meeting.isHeld = true;
+   meeting.arrived = 0;
+}
+
+SlowSockets::~SlowSockets()
+{
+   const std::lock_guard<std::mutex> guard(meeting.lock);
+   meeting.isHeld = false;
+}
+
+int SlowSockets::made() const
+{
+   const std::lock_guard<std::mutex> guard(meeting.lock);
+   return meeting.arrived;
 }
 
 NamelessNetwork::NamelessNetwork()
@@ -125,6 +174,7 @@ int __real_socket(int domain, int type, int protocol);
 int __wrap_socket(int domain, int type, int protocol)
 {
    if (faults::faultOf(faults::Call::kSocket).strikes()) return -1;
+   faults::meeting.attend();
    return __real_socket(domain, type, protocol);
 }
 
@@ -167,6 +217,11 @@ int __wrap_poll(pollfd* watched, nfds_t count, int limit)
    if (!faults::polls) return __real_poll(watched, count, limit);
    faults::polls->limits.push_back(limit);
    if (faults::polls->fault.strikes()) return -1;
+   if (faults::polls->interruption.times > 0) {
+      __real_poll(nullptr, 0, faults::WatchedPoll::kInterruptedAfterMs);
+      faults::polls->interruption.strikes();
+      return -1;
+   }
    if (faults::polls->limits.size() > faults::polls->firstTimedOut) return 0;
    return __real_poll(watched, count, limit);
 }

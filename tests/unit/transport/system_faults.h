@@ -46,8 +46,24 @@ public:
    WatchedPoll& operator=(const WatchedPoll&) = delete;
 
    void failNext(int error, int times = 1);
+   // A signal ends the next ones, each when this part of its limit has gone by.
+   static constexpr int kInterruptedAfterMs = 20;
+   void interruptNext(int times);
    void timeOutFrom(size_t index); // counted from 0
    const std::vector<int>& limits() const;
+};
+
+// While it lives, whoever makes a socket, in any thread, is held up until another does as well, but
+// for 200 ms at most: so threads that can meet there do. One at a time.
+class SlowSockets
+{
+public:
+   SlowSockets();
+   ~SlowSockets();
+   SlowSockets(const SlowSockets&) = delete;
+   SlowSockets& operator=(const SlowSockets&) = delete;
+
+   int made() const;
 };
 
 // While it lives, no name has an address, and the names asked for are noted.
