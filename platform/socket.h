@@ -60,8 +60,8 @@ int32_t sendBytes(Socket socket, const void* data, int32_t length);
 
 // Dotted text in any form that inet_addr takes; all ones for anything else.
 uint32_t addressOfDottedText(const char* text);
-// The first IPv4 address of a name. Blocks for as long as the system's resolver does; may run on
-// several threads at once.
+// The first IPv4 address of a name, in the order of the resolver. Blocks for as long as the system's
+// resolver does; may run on several threads at once.
 bool resolveName(const char* name, uint32_t& address);
 
 // Milliseconds since some moment, modulo 2^32.

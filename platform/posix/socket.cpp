@@ -5,6 +5,8 @@
 #include <arpa/inet.h>
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -13,6 +15,11 @@
 
 namespace platform {
 namespace {
+
+// What one host's names and addresses take: an answer of the network has at most 64 KiB, a machine's
+// own list of hosts may be longer.
+constexpr size_t kFirstHostBytes = 1024;
+constexpr size_t kMostHostBytes = size_t{1024} * 1024;
 
 int descriptorOf(Socket socket)
 {
@@ -135,16 +142,26 @@ uint32_t addressOfDottedText(const char* text)
    return ntohl(inet_addr(text));
 }
 
+// Not getaddrinfo, which sorts what the resolver has answered.
 bool resolveName(const char* name, uint32_t& address)
 {
-   addrinfo wanted{};
-   wanted.ai_family = AF_INET;
-   wanted.ai_socktype = SOCK_STREAM;
-   addrinfo* found = nullptr;
-   if (getaddrinfo(name, nullptr, &wanted, &found) != 0 || !found) return false;
-   address = ntohl(reinterpret_cast<const sockaddr_in*>(found->ai_addr)->sin_addr.s_addr);
-   freeaddrinfo(found);
-   return true;
+   char* room = nullptr;
+   bool isFound = false;
+   for (size_t size = kFirstHostBytes; size <= kMostHostBytes; size *= 4) {
+      char* const larger = static_cast<char*>(std::realloc(room, size));
+      if (!larger) break;
+      room = larger;
+      hostent host{};
+      hostent* found = nullptr;
+      int reason = 0;
+      if (gethostbyname_r(name, &host, room, size, &found, &reason) == ERANGE) continue;
+      isFound = found && found->h_addrtype == AF_INET && found->h_addr_list[0];
+      if (isFound) std::memcpy(&address, found->h_addr_list[0], sizeof address);
+      break;
+   }
+   std::free(room);
+   if (isFound) address = ntohl(address);
+   return isFound;
 }
 
 uint32_t tickCount()

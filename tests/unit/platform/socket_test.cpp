@@ -1,10 +1,15 @@
 #include "platform/socket.h"
 
+#include "unit/platform/name_server.h"
 #include "unit/transport/descriptors.h"
 
 #include <gtest/gtest.h>
+#include <vector>
 
 namespace {
+
+constexpr uint32_t kLoopback = 0x7F000001;
+constexpr uint32_t kFarAway = 0xC0000201; // 192.0.2.1, which is nobody's
 
 // Has a new socket made and tells whether a child process would not get it.
 template <typename Create>
@@ -14,6 +19,35 @@ bool isKeptFromChildren(Create create)
    const bool isKept = descriptors::closesOnExec(static_cast<int>(socket));
    EXPECT_TRUE(platform::closeSocket(socket));
    return isKept;
+}
+
+// Sorting would put the near address first.
+TEST(ResolveName, FirstAddressIsTheFirstOfTheResolversAnswer)
+{
+   uint32_t address = 0;
+   {
+      const NameServer server({kFarAway, kLoopback});
+      EXPECT_TRUE(platform::resolveName("two-addresses.test", address));
+   }
+   EXPECT_EQ(address, kFarAway);
+}
+
+TEST(ResolveName, NameOfManyAddressesGivesItsFirst)
+{
+   std::vector<uint32_t> addresses(1000, kLoopback);
+   addresses.front() = kFarAway;
+   const NameServer server(addresses);
+   uint32_t address = 0;
+   EXPECT_TRUE(platform::resolveName("many-addresses.test", address));
+   EXPECT_EQ(address, kFarAway);
+}
+
+TEST(ResolveName, NameWithoutAnAddressIsNotResolved)
+{
+   const NameServer server({});
+   uint32_t address = 5;
+   EXPECT_FALSE(platform::resolveName("no-address.test", address));
+   EXPECT_EQ(address, 5u);
 }
 
 TEST(Socket, NoneIsInherited)

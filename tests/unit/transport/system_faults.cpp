@@ -226,14 +226,16 @@ int __wrap_poll(pollfd* watched, nfds_t count, int limit)
    return __real_poll(watched, count, limit);
 }
 
-int __real_getaddrinfo(const char* name, const char* service, const addrinfo* wanted,
-                       addrinfo** found);
-int __wrap_getaddrinfo(const char* name, const char* service, const addrinfo* wanted,
-                       addrinfo** found)
+int __real_gethostbyname_r(const char* name, hostent* host, char* room, size_t size,
+                           hostent** found, int* reason);
+int __wrap_gethostbyname_r(const char* name, hostent* host, char* room, size_t size,
+                           hostent** found, int* reason)
 {
-   if (!faults::names) return __real_getaddrinfo(name, service, wanted, found);
+   if (!faults::names) return __real_gethostbyname_r(name, host, room, size, found, reason);
    faults::names->push_back(name);
-   return EAI_NONAME;
+   *found = nullptr;
+   *reason = HOST_NOT_FOUND;
+   return 0;
 }
 
 // platform::tickCount()
