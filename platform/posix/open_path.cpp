@@ -46,14 +46,16 @@ bool findIgnoringCase(int folder, const char* name, char (&found)[NAME_MAX + 1])
    }
    found[0] = 0;
    while (const dirent* const entry = readdir(listing)) {
-      if (!equalsIgnoringCase(entry->d_name, name)) continue;
+      // Some file systems have longer names than found has room for.
+      const size_t length = std::strlen(entry->d_name);
+      if (length > NAME_MAX || !equalsIgnoringCase(entry->d_name, name)) continue;
       // A link to nothing has the name, and that nothing is behind it is the answer.
       if (std::strcmp(entry->d_name, name) == 0) {
          found[0] = 0;
          break;
       }
       if (!found[0] || std::strcmp(entry->d_name, found) < 0)
-         std::memcpy(found, entry->d_name, std::strlen(entry->d_name) + 1);
+         std::memcpy(found, entry->d_name, length + 1);
    }
    closedir(listing);
    return found[0] != 0;

@@ -1,13 +1,18 @@
 #include "platform/text_file.h"
 
+#include "support/failing_malloc.h"
 #include "support/scratch_folder.h"
 
 #include <cerrno>
 #include <climits>
+#include <cstddef>
+#include <dirent.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <functional>
 #include <gmock/gmock.h>
 #include <string>
+#include <string_view>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -50,14 +55,42 @@ int openFailure(const std::string& path)
 // What happens between the look at a file and its opening, once.
 std::function<void()> afterNextLook;
 
+// A file system whose names may be longer than NAME_MAX, as some are that the network brings. It
+// has one file with such a name, which listings give and nothing opens.
+struct LongNames
+{
+   std::string listed; // empty: there is no such file system
+   bool isListed = false;
+   std::vector<std::string> asked; // the long names that were looked at
+};
+LongNames longNames;
+
 } // namespace
 
 // In front of the system's.
 extern "C" int fstatat(int folder, const char* name, struct stat* state, int flags) noexcept
 {
+   const std::string_view path = name;
+   const std::string_view entry = path.substr(path.rfind('/') + 1);
+   if (!longNames.listed.empty() && entry.size() > NAME_MAX) {
+      longNames.asked.emplace_back(entry);
+      errno = ENOENT;
+      return -1;
+   }
    const long result = syscall(SYS_newfstatat, folder, name, state, flags);
    if (const auto happen = std::exchange(afterNextLook, nullptr)) happen();
    return static_cast<int>(result);
+}
+
+extern "C" dirent* readdir(DIR* listing)
+{
+   using Read = dirent* (*)(DIR*);
+   static const auto systems = reinterpret_cast<Read>(dlsym(RTLD_NEXT, "readdir"));
+   if (longNames.listed.empty() || std::exchange(longNames.isListed, true)) return systems(listing);
+   static char room[sizeof(dirent) + 1024];
+   auto* const entry = reinterpret_cast<dirent*>(room);
+   longNames.listed.copy(room + offsetof(dirent, d_name), longNames.listed.size());
+   return entry;
 }
 
 TEST(TextFile, LinesKeepTheirLineFeedsAndCarriageReturns)
@@ -186,6 +219,42 @@ TEST(TextFile, WhatIsMissingIsTheSystemsFailure)
    EXPECT_EQ(openFailure(""), ENOENT);
    EXPECT_EQ(openFailure(folder.path(std::string(PATH_MAX, 'x'))), ENAMETOOLONG);
    EXPECT_EQ(openFailure(folder.path(std::string(NAME_MAX + 1, 'x'))), ENAMETOOLONG);
+}
+
+TEST(TextFile, ThePathMayBeOneByteShorterThanTheSystemsLimit)
+{
+   const ScratchFolder folder;
+   folder.write("a.txt", "found");
+   for (const std::string name : {"a.txt", "A.TXT"}) {
+      const std::string separators(PATH_MAX - 1 - folder.path().size() - name.size(), '/');
+      const std::string path = folder.path() + separators + name;
+      EXPECT_THAT(readLines(path), ElementsAre("found"));
+      EXPECT_EQ(openFailure("/" + path), ENAMETOOLONG);
+      EXPECT_EQ(openFailure("//" + path), ENAMETOOLONG);
+   }
+}
+
+TEST(TextFile, AnEntryWithANameLongerThanAnyFilesIsNotTakenForAnother)
+{
+   const ScratchFolder folder;
+   longNames = {std::string(400, 'A'), false, {}};
+   EXPECT_EQ(openFailure(folder.path(std::string(400, 'a'))), ENOENT);
+   const LongNames seen = std::exchange(longNames, {});
+   EXPECT_TRUE(seen.isListed);
+   EXPECT_THAT(seen.asked, testing::Each(std::string(400, 'a')));
+}
+
+TEST(TextFile, WithoutMemoryNothingStaysOpen)
+{
+   const ScratchFolder folder;
+   folder.write("Errors/A.txt", "text");
+   const std::string path = folder.path("errors\\a.txt");
+   int failure = 0;
+   const size_t count = forEachFailingAllocation(
+      FailingMalloc::Then::succeed, [&](size_t) { failure = openFailure(path); },
+      [&](size_t index) { EXPECT_NE(failure, 0) << index; });
+   EXPECT_EQ(failure, 0);
+   EXPECT_GE(count, 3u) << "two listings and the file";
 }
 
 TEST(TextFile, AFolderIsRefused)
