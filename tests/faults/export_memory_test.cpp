@@ -92,6 +92,7 @@ INSTANTIATE_TEST_SUITE_P(All, EveryExport, testing::ValuesIn(exportUses()),
 
 void EveryExport::failEachAllocation(Then then)
 {
+   const size_t descriptors = openDescriptors();
    {
       UseObjects once(remote.host()); // what is made once for the process
       expectThatItWorks(once);
@@ -115,6 +116,7 @@ void EveryExport::failEachAllocation(Then then)
       if (HasFailure()) return; // what was told of it is on the heap
       EXPECT_EQ(liveBlocks(), before);
    }
+   EXPECT_TRUE(descriptorsComeDownTo(descriptors));
 }
 
 TEST_P(EveryExport, IsOutOfMemoryWhicheverAllocationFailsAndWorksAgainAfterwards)

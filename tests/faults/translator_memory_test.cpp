@@ -137,13 +137,13 @@ TEST_P(TranslatorWithoutMemory, IsNotMadeWhicheverAllocationFails)
    bool failed = true;
    for (size_t index = 0; failed; index += index < kEachOne ? 1 : kStep) {
       SCOPED_TRACE(index);
-      const ptrdiff_t before = liveBlocks();
+      const Held before = held();
       FixedStatus status;
       lorvex_Translator* translator = nullptr;
       failed = attempt(index, then, [&] { translator = create(status); }).failed;
       const bool isMade = translator != nullptr;
       if (translator) translator->destroy(translator);
-      const ptrdiff_t after = liveBlocks();
+      const Held after = held();
       EXPECT_EQ(after, before);
       EXPECT_EQ(isMade, !failed);
       // No memory for the object itself is a silent null.
@@ -172,7 +172,7 @@ void TranslatorWithoutMemory::failEachAllocation(const Operation& operation) con
    size_t failures = 0;
    for (size_t index = 0; failed; ++index) {
       SCOPED_TRACE(index);
-      const ptrdiff_t before = liveBlocks();
+      const Held before = held();
       lorvex_Translator* const translator = created();
       HostText host;
       FixedStatus status;
@@ -183,7 +183,7 @@ void TranslatorWithoutMemory::failEachAllocation(const Operation& operation) con
       FixedStatus again;
       const char* const textAgain = operation.ask(translator, &hostAgain, again);
       translator->destroy(translator);
-      const ptrdiff_t after = liveBlocks();
+      const Held after = held();
       EXPECT_EQ(after, before);
       // The scripts try modules and files that need not be there, and take one for which there is
       // no memory for such a one: the description is then a lesser one.
@@ -216,13 +216,13 @@ TEST_P(TranslatorWithoutMemory, EndsWhicheverAllocationFails)
    bool failed = true;
    for (size_t index = 0; failed; ++index) {
       SCOPED_TRACE(index);
-      const ptrdiff_t before = liveBlocks();
+      const Held before = held();
       lorvex_Translator* const translator = created();
       HostText host;
       FixedStatus status;
       askForJson(translator, &host, status);
       failed = attempt(index, then, [&] { translator->destroy(translator); }).failed;
-      const ptrdiff_t after = liveBlocks();
+      const Held after = held();
       EXPECT_EQ(after, before);
    }
 }

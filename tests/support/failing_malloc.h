@@ -7,7 +7,11 @@
 #ifndef TESTS_SUPPORT_FAILING_MALLOC_H
 #define TESTS_SUPPORT_FAILING_MALLOC_H
 
+#include "support/open_descriptors.h"
+
 #include <cstddef>
+#include <gtest/gtest.h>
+#include <ostream>
 
 class FailingMalloc
 {
@@ -37,13 +41,33 @@ private:
 // after something that leaves nothing behind. Blocks that go from one thread to another spoil it.
 ptrdiff_t liveBlocks();
 
+// liveBlocks and the open descriptors of the process: equal before and after something that leaves
+// nothing behind.
+struct Held
+{
+   ptrdiff_t blocks;
+   size_t descriptors;
+
+   friend bool operator==(const Held&, const Held&) = default;
+   friend std::ostream& operator<<(std::ostream& out, const Held& held)
+   {
+      return out << held.blocks << " blocks, " << held.descriptors << " descriptors";
+   }
+};
+
+inline Held held()
+{
+   return {liveBlocks(), openDescriptors()};
+}
+
 // Runs attempt(index) with the first allocation failing, then with the second, and so on, until one
 // runs through without a failure. check(index) runs after each failed one, with memory to be had.
-// Returns the number of allocations of the last run.
+// Returns the number of allocations of the last run. No attempt may leave a descriptor open.
 template <typename Attempt, typename Check>
 size_t forEachFailingAllocation(FailingMalloc::Then then, Attempt attempt, Check check)
 {
    for (size_t index = 0;; ++index) {
+      const size_t descriptors = openDescriptors();
       size_t count = 0;
       bool hasFailed = false;
       {
@@ -52,6 +76,7 @@ size_t forEachFailingAllocation(FailingMalloc::Then then, Attempt attempt, Check
          count = failing.count();
          hasFailed = failing.hasFailed();
       }
+      EXPECT_EQ(openDescriptors(), descriptors) << "left open by attempt " << index;
       if (!hasFailed) return count;
       check(index);
    }

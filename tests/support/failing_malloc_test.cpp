@@ -1,10 +1,12 @@
 #include "support/failing_malloc.h"
 
+#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdlib>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -119,6 +121,23 @@ TEST(FailingMalloc, WalkFailsEachAllocationOnceAndReturnsTheirNumber)
       [&](size_t) { ++failures; });
    EXPECT_EQ(count, 3u);
    EXPECT_EQ(failures, 3);
+}
+
+TEST(FailingMalloc, WalkTellsOfTheDescriptorThatAnAttemptLeavesOpen)
+{
+   static int left; // by the attempt that gets no memory
+   EXPECT_NONFATAL_FAILURE(forEachFailingAllocation(
+                              FailingMalloc::Then::succeed,
+                              [](size_t) {
+                                 const int opened = dup(0);
+                                 if (succeeds())
+                                    close(opened);
+                                 else
+                                    left = opened;
+                              },
+                              [](size_t) {}),
+                           "left open by attempt 0");
+   close(left);
 }
 
 TEST(FailingMalloc, LiveBlocksAreThoseTakenAndNotYetGivenBack)

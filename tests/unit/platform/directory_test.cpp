@@ -1,5 +1,6 @@
 #include "platform/directory.h"
 
+#include "support/failing_malloc.h"
 #include "support/scratch_folder.h"
 
 #include <cerrno>
@@ -148,6 +149,19 @@ TEST(Directory, AProgramThatIsStartedMeanwhileDoesNotInheritIt)
    EXPECT_EQ(fcntl(next, F_GETFD), FD_CLOEXEC);
    platform::closeDirectory(&directory);
    EXPECT_EQ(fcntl(next, F_GETFD), -1) << "the folder was not closed";
+}
+
+TEST(Directory, WithoutMemoryNothingStaysOpen)
+{
+   const ScratchFolder folder;
+   folder.makeFolder("Errors");
+   const std::string path = folder.path("errors");
+   int failure = 0;
+   const size_t count = forEachFailingAllocation(
+      FailingMalloc::Then::succeed, [&](size_t) { failure = openFailure(path); },
+      [&](size_t index) { EXPECT_NE(failure, 0) << index; });
+   EXPECT_EQ(failure, 0);
+   EXPECT_GE(count, 2u) << "the listing of the folder above and its own";
 }
 
 TEST(Directory, AListedFileOpensByItsName)

@@ -1,5 +1,6 @@
 #include "platform/socket.h"
 
+#include "support/failing_malloc.h"
 #include "unit/platform/name_server.h"
 #include "unit/transport/descriptors.h"
 
@@ -48,6 +49,20 @@ TEST(ResolveName, NameWithoutAnAddressIsNotResolved)
    uint32_t address = 5;
    EXPECT_FALSE(platform::resolveName("no-address.test", address));
    EXPECT_EQ(address, 5u);
+}
+
+TEST(ResolveName, WithoutMemoryItIsNotResolvedAndNothingIsLeftBehind)
+{
+   uint32_t address = 0;
+   ASSERT_TRUE(platform::resolveName("localhost", address)); // what is made once in the process
+   const Held before = held();
+   bool isFound = false;
+   forEachFailingAllocation(
+      FailingMalloc::Then::failAlways,
+      [&](size_t) { isFound = platform::resolveName("localhost", address); },
+      [&](size_t index) { EXPECT_FALSE(isFound && index == 0) << "without room for the answer"; });
+   EXPECT_TRUE(isFound);
+   EXPECT_EQ(held(), before);
 }
 
 TEST(Socket, NoneIsInherited)
