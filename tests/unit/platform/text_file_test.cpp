@@ -2,23 +2,18 @@
 
 #include "support/failing_malloc.h"
 #include "support/scratch_folder.h"
+#include "unit/platform/odd_file_system.h"
+#include "unit/transport/descriptors.h"
 
 #include <cerrno>
 #include <climits>
-#include <cstddef>
-#include <dirent.h>
-#include <dlfcn.h>
 #include <fcntl.h>
-#include <functional>
 #include <gmock/gmock.h>
 #include <string>
-#include <string_view>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/un.h>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -52,46 +47,7 @@ int openFailure(const std::string& path)
    return failure;
 }
 
-// What happens between the look at a file and its opening, once.
-std::function<void()> afterNextLook;
-
-// A file system whose names may be longer than NAME_MAX, as some are that the network brings. It
-// has one file with such a name, which listings give and nothing opens.
-struct LongNames
-{
-   std::string listed; // empty: there is no such file system
-   bool isListed = false;
-   std::vector<std::string> asked; // the long names that were looked at
-};
-LongNames longNames;
-
 } // namespace
-
-// In front of the system's.
-extern "C" int fstatat(int folder, const char* name, struct stat* state, int flags) noexcept
-{
-   const std::string_view path = name;
-   const std::string_view entry = path.substr(path.rfind('/') + 1);
-   if (!longNames.listed.empty() && entry.size() > NAME_MAX) {
-      longNames.asked.emplace_back(entry);
-      errno = ENOENT;
-      return -1;
-   }
-   const long result = syscall(SYS_newfstatat, folder, name, state, flags);
-   if (const auto happen = std::exchange(afterNextLook, nullptr)) happen();
-   return static_cast<int>(result);
-}
-
-extern "C" dirent* readdir(DIR* listing)
-{
-   using Read = dirent* (*)(DIR*);
-   static const auto systems = reinterpret_cast<Read>(dlsym(RTLD_NEXT, "readdir"));
-   if (longNames.listed.empty() || std::exchange(longNames.isListed, true)) return systems(listing);
-   static char room[sizeof(dirent) + 1024];
-   auto* const entry = reinterpret_cast<dirent*>(room);
-   longNames.listed.copy(room + offsetof(dirent, d_name), longNames.listed.size());
-   return entry;
-}
 
 TEST(TextFile, LinesKeepTheirLineFeedsAndCarriageReturns)
 {
@@ -237,11 +193,10 @@ TEST(TextFile, ThePathMayBeOneByteShorterThanTheSystemsLimit)
 TEST(TextFile, AnEntryWithANameLongerThanAnyFilesIsNotTakenForAnother)
 {
    const ScratchFolder folder;
-   longNames = {std::string(400, 'A'), false, {}};
+   const oddFileSystem::LongName name(std::string(400, 'A'));
    EXPECT_EQ(openFailure(folder.path(std::string(400, 'a'))), ENOENT);
-   const LongNames seen = std::exchange(longNames, {});
-   EXPECT_TRUE(seen.isListed);
-   EXPECT_THAT(seen.asked, testing::Each(std::string(400, 'a')));
+   EXPECT_TRUE(name.isListed());
+   EXPECT_THAT(name.asked(), testing::Each(std::string(400, 'a')));
 }
 
 TEST(TextFile, WithoutMemoryNothingStaysOpen)
@@ -302,13 +257,12 @@ TEST(TextFile, AProgramThatIsStartedMeanwhileDoesNotInheritIt)
 {
    const ScratchFolder folder;
    const std::string path = folder.write("a.txt", "");
-   const int next = dup(0);
-   close(next);
+   const int next = descriptors::next();
    platform::TextFile file{};
    ASSERT_EQ(platform::openTextFile(path.c_str(), &file), 0);
-   EXPECT_EQ(fcntl(next, F_GETFD), FD_CLOEXEC);
+   EXPECT_TRUE(descriptors::closesOnExec(next));
    platform::closeTextFile(&file);
-   EXPECT_EQ(fcntl(next, F_GETFD), -1) << "the file was not closed";
+   EXPECT_FALSE(descriptors::isOpen(next)) << "the file was not closed";
 }
 
 TEST(TextFile, AFifoThatTakesTheFilesPlaceAfterTheLookIsRefusedWithoutWaiting)
@@ -316,9 +270,8 @@ TEST(TextFile, AFifoThatTakesTheFilesPlaceAfterTheLookIsRefusedWithoutWaiting)
    const ScratchFolder folder;
    const std::string path = folder.write("a.txt", "text");
    bool isReplaced = false;
-   afterNextLook = [&] {
-      isReplaced = unlink(path.c_str()) == 0 && mkfifo(path.c_str(), 0600) == 0;
-   };
+   oddFileSystem::afterNextLook(
+      [&] { isReplaced = unlink(path.c_str()) == 0 && mkfifo(path.c_str(), 0600) == 0; });
    EXPECT_EQ(openFailure(path), EINVAL);
    EXPECT_TRUE(isReplaced);
 }
@@ -327,6 +280,6 @@ TEST(TextFile, AFileThatVanishesAfterTheLookIsMissing)
 {
    const ScratchFolder folder;
    const std::string path = folder.write("a.txt", "text");
-   afterNextLook = [&] { unlink(path.c_str()); };
+   oddFileSystem::afterNextLook([&] { unlink(path.c_str()); });
    EXPECT_EQ(openFailure(path), ENOENT);
 }

@@ -381,7 +381,11 @@ TEST_F(WindowsRegistry, ClosingAKeyTwiceClosesItOnce)
    ASSERT_TRUE(key.isOpen);
    torvik_closeKey(&key);
    EXPECT_FALSE(key.isOpen);
-   const int other = open("/dev/null", O_RDONLY | O_CLOEXEC);
+   // A stranger's, under the number that the key had.
+   const int device = open("/dev/null", O_RDONLY | O_CLOEXEC);
+   const int other = dup3(device, static_cast<int>(key.handle), O_CLOEXEC);
+   close(device);
+   ASSERT_EQ(other, key.handle);
    torvik_closeKey(&key);
    EXPECT_EQ(close(other), 0) << "the second close has hit a stranger's descriptor";
 }
@@ -392,7 +396,7 @@ TEST_F(WindowsRegistry, EachFailedAllocationIsAFailureOfItsOwnAndLeaksNothing)
    const auto key = wideName(u"software\\TorvikTest\\Key");
    const auto name = wideName(u"Value");
    int32_t code = 0;
-   std::string text;
+   const Held before = held();
    const size_t count = forEachFailingAllocation(
       FailingMalloc::Then::succeed,
       [&](size_t) {
@@ -408,6 +412,7 @@ TEST_F(WindowsRegistry, EachFailedAllocationIsAFailureOfItsOwnAndLeaksNothing)
          // The platform's own blocks are told as its failure, the buffer's as the buffer's.
          EXPECT_TRUE(code == -52000 || code == -52006) << index << ": " << code;
       });
+   EXPECT_EQ(held(), before);
    EXPECT_EQ(code, 0);
    EXPECT_GE(count, 2u);
 }
@@ -417,6 +422,7 @@ TEST(FailureText, NumberWithoutATextStillHasWords)
    char text[platform::kFailureTextSize];
    ASSERT_TRUE(platform::failureText(2, text));
    EXPECT_STREQ(text, "No such file or directory");
+   text[0] = 0;
    ASSERT_TRUE(platform::failureText(4'000'000'000, text));
    EXPECT_STRNE(text, "");
 }

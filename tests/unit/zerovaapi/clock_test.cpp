@@ -45,6 +45,13 @@ TEST(Clock, PauseIsNotShorterThanAskedByMoreThanATick)
    EXPECT_GE(platform::monotonicMs() - start, 20 - platform::clockTickMs());
 }
 
+TEST(Clock, PauseMayBeLongerThanASecond)
+{
+   const int64_t start = platform::monotonicMs();
+   platform::pauseMs(1020);
+   EXPECT_GE(platform::monotonicMs() - start, 1020 - platform::clockTickMs());
+}
+
 // A pause that began anew after each signal would last as long as they come.
 TEST(Clock, SignalsDoNotProlongAPause)
 {
