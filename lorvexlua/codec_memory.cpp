@@ -64,8 +64,12 @@ Block* blockOf(void* bytes)
 
 void releaseAll(Link* ring)
 {
-   while (ring->next != ring)
-      lorvexlua_codecFree(static_cast<Block*>(ring->next) + 1);
+   for (Link* link = ring->next; link != ring;) {
+      Link* const next = link->next;
+      std::free(static_cast<Block*>(link));
+      link = next;
+   }
+   ring->previous = ring->next = ring;
 }
 
 // Its address is the key of the interpreter's ring in the registry.

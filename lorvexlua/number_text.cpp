@@ -227,7 +227,7 @@ public:
 private:
    FILE* file_;
    int next_;
-   char text_[256];
+   char text_[256] = {};
    size_t length_ = 0;
 };
 
