@@ -172,7 +172,10 @@ size_t printNumber(char* text, const char* format, double number)
    return conversion.width;
 }
 
-int printList(char* text, size_t capacity, const char* format, va_list arguments)
+// The analyzer loses the caller's va_start.
+// NOLINTBEGIN(clang-analyzer-valist.Uninitialized)
+__attribute__((format(printf, 3, 0))) int printList(char* text, size_t capacity, const char* format,
+                                                    va_list arguments)
 {
    if (!isFloatingConversion(format)) return std::vsnprintf(text, capacity, format, arguments);
    char number[kNumberCapacity];
@@ -184,6 +187,7 @@ int printList(char* text, size_t capacity, const char* format, va_list arguments
    }
    return static_cast<int>(length);
 }
+// NOLINTEND(clang-analyzer-valist.Uninitialized)
 
 // Reads one number from a file, a character ahead.
 class NumberScan
