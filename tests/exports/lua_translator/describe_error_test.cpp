@@ -24,7 +24,7 @@ struct Outcome
 Outcome describe(const std::string& arguments)
 {
    FILE* const pipe =
-      popen(("cd " DEMO_ERRORS "/../.. && " DESCRIBE_ERROR " " + arguments + " 2>&1").c_str(), "r");
+      popen(("cd " EXAMPLES "/.. && " DESCRIBE_ERROR " " + arguments + " 2>&1").c_str(), "r");
    if (!pipe) return {false, "could not be started"};
    Outcome outcome{};
    std::array<char, 4096> piece;
@@ -34,8 +34,20 @@ Outcome describe(const std::string& arguments)
    return outcome;
 }
 
-const std::string kDemo =
-   "--errors " DEMO_ERRORS "/Errors --aux " DEMO_ERRORS "/Auxerrors --driver zerova ";
+// The options for files of a test's own, which tell what -52006 means in three languages.
+std::string optionsFor(const ScratchFolder& folder)
+{
+   const auto describeIn = [&](const std::string& language, const std::string& text) {
+      folder.write("Errors/" + language + "/errors.err", "<?xml version=\"1.0\"?>\n<tvdocument>\n"
+                                                         "<tverror code=\"-52006\">\n" +
+                                                            text + "\n</tverror>\n</tvdocument>\n");
+   };
+   describeIn("English", "The resource was not found.");
+   describeIn("French", "La ressource n'a pas \xE9t\xE9 trouv\xE9"
+                        "e.");
+   describeIn("Japanese", "\x83\x47\x83\x89\x81\x5B");
+   return "--errors " + folder.path("Errors") + " ";
+}
 
 TEST(DescribeError, HelpTellsTheUse)
 {
@@ -46,27 +58,32 @@ TEST(DescribeError, HelpTellsTheUse)
 
 TEST(DescribeError, BareCodeIsDescribed)
 {
-   EXPECT_EQ(describe(kDemo + "-52006").output, "The resource was not found.\n");
-   EXPECT_EQ(describe(kDemo + "0xFFFF34DA").output, "The resource was not found.\n");
-   EXPECT_EQ(describe(kDemo + "--language french -52006").output,
+   const ScratchFolder folder;
+   const std::string options = optionsFor(folder);
+   EXPECT_EQ(describe(options + "-52006").output, "The resource was not found.\n");
+   EXPECT_EQ(describe(options + "0xFFFF34DA").output, "The resource was not found.\n");
+   EXPECT_EQ(describe(options + "--language french -52006").output,
              "La ressource n'a pas \u00E9t\u00E9 trouv\u00E9e.\n");
-   EXPECT_EQ(describe(kDemo + "--language 3 -52006").output,
-             "\u30EA\u30BD\u30FC\u30B9\u304C\u898B\u3064\u304B\u308A\u307E\u305B\u3093\u3067"
-             "\u3057\u305F\u3002\n");
+   EXPECT_EQ(describe(options + "--language 3 -52006").output, "\u30A8\u30E9\u30FC\n");
 }
 
-TEST(DescribeError, AllLanguagesAreTold)
+TEST(DescribeError, LibrarysOwnCodeIsToldInAllLanguages)
 {
-   const Outcome outcome = describe(kDemo + "--all-languages -89168");
+   const Outcome outcome = describe("--errors " TEXTS_ROOT "/zerova --aux " TEXTS_ROOT
+                                    " --driver zerova --all-languages -89168");
    EXPECT_TRUE(outcome.succeeded);
-   EXPECT_THAT(outcome.output,
-               ContainsRegex("English\n   The routing.*French\n   Le service.*German\n   The "
-                             "routing.*Japanese\n   .*Korean\n   The routing.*Chinese\n   The"));
+   EXPECT_THAT(
+      outcome.output,
+      ContainsRegex("^English\n   The routing service.*\nFrench\n   Le service de routage.*"
+                    "\nGerman\n   Der Routingdienst.*"
+                    "\nJapanese\n   \u30EB\u30FC\u30C6\u30A3\u30F3\u30B0.*"
+                    "\nKorean\n   \uB77C\uC6B0\uD305.*"
+                    "\nChinese\n   \u65E0\u6CD5\u8FDE\u63A5"));
 }
 
 TEST(DescribeError, StatusJsonIsShownAsLines)
 {
-   EXPECT_EQ(describe("@" DEMO_ERRORS "/refused_route.json").output,
+   EXPECT_EQ(describe("@" EXAMPLES "/refused_route.json").output,
              "Explanation: \n"
              "The source terminal is in use by another route.\n"
              "\n"
@@ -85,7 +102,7 @@ TEST(DescribeError, StatusJsonIsShownAsLines)
 TEST(DescribeError, StatusJsonMayBeAnArgumentOrTheInput)
 {
    EXPECT_THAT(describe("'{\"line\":42}'").output, StartsWith("Details\n   Line: 42\n"));
-   EXPECT_THAT(describe("- < " DEMO_ERRORS "/refused_route.json").output,
+   EXPECT_THAT(describe("- < " EXAMPLES "/refused_route.json").output,
                StartsWith("Explanation: \n"));
 }
 
@@ -100,23 +117,18 @@ TEST(DescribeError, EscapesAreResolved)
                HasSubstr("File: a\"b\\c\t\u00E9\u2028\n"));
 }
 
-TEST(DescribeError, SettingsOfTheDemoLeadToItsTexts)
-{
-   const std::string settings = "--settings examples/demo_errors/settings.json ";
-   EXPECT_EQ(describe(settings + "-52005").output, "An argument of the call is not valid.\n");
-   EXPECT_THAT(describe(settings + "-89168").output, StartsWith("The routing service"));
-}
-
 TEST(DescribeError, SettingsOfAFileTakeTheirPlace)
 {
    const ScratchFolder folder;
+   optionsFor(folder); // for its files
    const std::string settings =
       folder.write("settings.json", R"({"lorvexlua_xlator":"dorvex","lorvexlua_settings":{)"
-                                    R"("trvSharedErrorsDir":")" DEMO_ERRORS R"(/Errors"}})");
+                                    R"("trvSharedErrorsDir":")" +
+                                       folder.path("Errors") + R"("}})");
    EXPECT_EQ(describe("--settings " + settings + " -52006").output,
              "The resource was not found.\n");
    EXPECT_THAT(describe("--settings " + settings + " -89168").output,
-               HasSubstr("not found")); // the driver's texts are not among these settings
+               HasSubstr("not found")); // the library's own texts are not among these settings
 }
 
 TEST(DescribeError, FolderNamesMayHoldQuotes)
@@ -128,7 +140,7 @@ TEST(DescribeError, FolderNamesMayHoldQuotes)
 
 TEST(DescribeError, FailureIsToldWithItsStatus)
 {
-   for (const char* arguments : {"'no JSON'", "--settings " DEMO_ERRORS "/refused_route.json -1"}) {
+   for (const char* arguments : {"'no JSON'", "--settings " EXAMPLES "/refused_route.json -1"}) {
       const Outcome outcome = describe(arguments);
       EXPECT_FALSE(outcome.succeeded) << arguments;
       EXPECT_THAT(outcome.output, AllOf(StartsWith("describe_error: "), HasSubstr("-52003")));
