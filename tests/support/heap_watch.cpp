@@ -3,6 +3,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
@@ -19,6 +20,7 @@ struct Watched
    std::ptrdiff_t peak = 0;
    std::size_t untilFailure = 0; // 0: none
    void (*raise)() = nullptr;
+   std::size_t limit = SIZE_MAX;
    bool failed = false;
 };
 
@@ -32,6 +34,10 @@ void* allocate(std::size_t size)
       if (watched.untilFailure != 0 && --watched.untilFailure == 0) {
          watched.failed = true;
          if (watched.raise) watched.raise();
+         throw std::bad_alloc();
+      }
+      if (size > watched.limit) {
+         watched.failed = true;
          throw std::bad_alloc();
       }
    }
@@ -78,6 +84,11 @@ void HeapWatch::failNth(std::size_t n, void (*raise)())
    watched.untilFailure = n;
    watched.raise = raise;
    watched.failed = false;
+}
+
+void HeapWatch::failAbove(std::size_t bytes)
+{
+   watched.limit = bytes;
 }
 
 bool HeapWatch::hasFailed() const

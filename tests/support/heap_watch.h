@@ -23,6 +23,8 @@ public:
    // The n-th request from now, counted from 1, throws std::bad_alloc or what raise throws.
    void failNth(std::size_t n) { failNth(n, nullptr); }
    void failNth(std::size_t n, void (*raise)());
+   // Each request for more than that throws std::bad_alloc from now on.
+   void failAbove(std::size_t bytes);
    bool hasFailed() const; // whether it came to that
 
    std::size_t count() const;    // requests

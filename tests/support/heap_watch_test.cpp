@@ -49,6 +49,17 @@ TEST(HeapWatch, RaisesWhatItWasTold)
    EXPECT_THROW(allocateAndRelease(), std::logic_error);
 }
 
+TEST(HeapWatch, FailsEveryRequestAboveItsLimit)
+{
+   HeapWatch watch;
+   watch.failAbove(1000);
+   ::operator delete(::operator new(1000));
+   EXPECT_FALSE(watch.hasFailed());
+   for (int i = 0; i < 2; ++i)
+      EXPECT_THROW(::operator delete(::operator new(1001)), std::bad_alloc);
+   EXPECT_TRUE(watch.hasFailed());
+}
+
 TEST(HeapWatch, LeavesOtherThreadsAlone)
 {
    HeapWatch watch;
