@@ -4,6 +4,7 @@
 #include "transport/pipe_transport.h"
 
 #include <thrift/transport/TSocket.h>
+#include <thrift/transport/TTransportException.h>
 #include <thrift/transport/TVirtualTransport.h>
 
 #include <algorithm>
@@ -25,7 +26,8 @@ public:
    {
    }
 
-   bool isOpen() const override { return true; }
+   bool isOpen() const override { return isOpen_; }
+   void close() override { isOpen_ = false; }
 
    uint32_t read(uint8_t* buffer, uint32_t length)
    {
@@ -35,12 +37,16 @@ public:
       return static_cast<uint32_t>(count);
    }
 
-   void write(const uint8_t*, uint32_t) {}
+   void write(const uint8_t*, uint32_t)
+   {
+      if (!isOpen_) throw TTransportException(TTransportException::NOT_OPEN);
+   }
 
 private:
    const std::string bytes_;
    const size_t mostAtOnce_;
    size_t position_ = 0;
+   bool isOpen_ = true;
 };
 
 // The two ends of a connection; whoever makes it hands one on.
@@ -84,13 +90,19 @@ public:
       pipe_.setPipeHandle(connection_.ours);
    }
 
-   bool isOpen() const override { return true; }
+   bool isOpen() const override { return isOpen_; }
+   void close() override
+   {
+      pipe_.setPipeHandle(platform::kInvalidHandle);
+      isOpen_ = false;
+   }
    uint32_t read(uint8_t* buffer, uint32_t length) { return pipe_.read(buffer, length); }
    void write(const uint8_t* buffer, uint32_t length) { pipe_.write(buffer, length); }
 
 private:
    const Connection connection_;
    TNamedPipeImpl pipe_;
+   bool isOpen_ = true;
 };
 
 } // namespace

@@ -2,9 +2,13 @@
 #ifndef TRANSPORT_CLIENT_PROTOCOL_H
 #define TRANSPORT_CLIENT_PROTOCOL_H
 
+#include "transport/client_framing.h"
+#include "transport/reply_scan.h"
+
 #include <thrift/protocol/TBinaryProtocol.h>
 #include <thrift/protocol/TVirtualProtocol.h>
 #include <thrift/transport/TTransport.h>
+#include <thrift/transport/TTransportException.h>
 
 #include <cstdint>
 #include <memory>
@@ -24,23 +28,33 @@ class ClientProtocol
    using TSet = apache::thrift::protocol::TSet;
    using TMap = apache::thrift::protocol::TMap;
    using TMessageType = apache::thrift::protocol::TMessageType;
+   using TType = apache::thrift::protocol::TType;
 
 public:
-   explicit ClientProtocol(std::shared_ptr<apache::thrift::transport::TTransport> framed)
-      : TVirtualProtocol(std::move(framed))
+   explicit ClientProtocol(const std::shared_ptr<ClientFraming>& framed)
+      : TVirtualProtocol(std::shared_ptr<apache::thrift::transport::TTransport>(framed))
+      , framed_(*framed)
    {
+   }
+
+   uint32_t writeMessageBegin(const std::string& name, const TMessageType type,
+                              const int32_t sequenceId)
+   {
+      framed_.beginRequest();
+      return Binary::writeMessageBegin(name, type, sequenceId);
    }
 
    uint32_t readMessageBegin(std::string& name, TMessageType& type, int32_t& sequenceId)
    {
       const uint32_t size = Binary::readMessageBegin(name, type, sequenceId);
-      inMessage_ = true;
+      place_ = Place::kBehindHeader;
       return size;
    }
 
    uint32_t readMessageEnd()
    {
-      inMessage_ = false;
+      place_ = Place::kOutside;
+      if (!std::exchange(isSkipped_, false)) framed_.endReply();
       return Binary::readMessageEnd();
    }
 
@@ -49,8 +63,19 @@ public:
    // the reply.
    uint32_t readStructBegin(std::string& name)
    {
-      if (!inMessage_) readHeaderOfNextReply();
+      if (place_ == Place::kOutside) readHeaderOfNextReply();
+      place_ = Place::kInside;
       return Binary::readStructBegin(name);
+   }
+
+   // The stubs skip a field that they do not know, or all of a message that is not the reply.
+   uint32_t skip(TType type)
+   {
+      const bool isWhole = place_ != Place::kInside;
+      const Skipping skipping(*this);
+      const uint32_t size = TVirtualProtocol::skip(type);
+      isSkipped_ = isWhole;
+      return size;
    }
 
    void checkReadBytesAvailable(TList& list) override
@@ -70,7 +95,28 @@ public:
    }
 
 private:
-   static constexpr uint32_t kElementsTakenOnTrust = 1048576;
+   enum class Place
+   {
+      kOutside, // of any message
+      kBehindHeader,
+      kInside
+   };
+
+   class Skipping
+   {
+   public:
+      explicit Skipping(ClientProtocol& protocol)
+         : protocol_(protocol)
+      {
+         protocol_.isSkipping_ = true;
+      }
+      ~Skipping() { protocol_.isSkipping_ = false; }
+      Skipping(const Skipping&) = delete;
+      Skipping& operator=(const Skipping&) = delete;
+
+   private:
+      ClientProtocol& protocol_;
+   };
 
    void readHeaderOfNextReply()
    {
@@ -82,21 +128,24 @@ private:
 
    // The first check is the base's own: it takes a struct for 0 bytes and keeps the low 32 bits of
    // the product (in signed arithmetic, which is not defined), so false counts pass it, and the
-   // stubs would reserve what is announced. No element is smaller than a byte, so a count above
-   // that of the bytes left in the frame is false; a small one costs little and runs into the end
-   // of the data.
+   // stubs would reserve what is announced. For what is skipped nothing would be reserved: there
+   // the data ends too early, and waiting for more of it could last for ever.
    void checkCount(int count, int elementSize)
    {
       const uint32_t elements = static_cast<uint32_t>(count);
-      trans_->checkReadBytesAvailable(
+      framed_.checkReadBytesAvailable(
          static_cast<int32_t>(elements * static_cast<uint32_t>(elementSize)));
-      if (elements <= kElementsTakenOnTrust) return;
-      uint32_t bytesLeft = 0;
-      trans_->borrow(nullptr, &bytesLeft); // asked for none, it tells how many there are
-      if (elements > bytesLeft) throw std::bad_alloc();
+      if (!isFalseCount(elements, framed_.bytesLeftInFrame())) return;
+      using apache::thrift::transport::TTransportException;
+      if (isSkipping_)
+         throw TTransportException(TTransportException::END_OF_FILE, "No more data to read.");
+      throw std::bad_alloc();
    }
 
-   bool inMessage_ = false;
+   ClientFraming& framed_; // the base holds it
+   Place place_ = Place::kOutside;
+   bool isSkipping_ = false;
+   bool isSkipped_ = false; // the message that is being read
 };
 
 } // namespace zerova

@@ -84,8 +84,8 @@ std::unique_ptr<ClientSession> openClientSession(const std::string& pipeName,
 
 void dropUnfinishedCall(ClientSession& session) noexcept
 {
-   if (auto* const framing = dynamic_cast<ClientFraming*>(session.framed.get()))
-      framing->dropUnfinished();
+   auto* const framing = dynamic_cast<ClientFraming*>(session.framed.get());
+   if (framing && !framing->dropUnfinished()) session.transport->close();
 }
 
 } // namespace zerova

@@ -317,6 +317,25 @@ TEST(LyingReply, HugeMapIsRefusedBeforeAnythingIsReserved)
    EXPECT_THAT(told.peak, Lt(kSmall));
 }
 
+// The service keeps the connection open: nothing may wait for elements that were never there.
+TEST(LyingReply, HugeCountInAFieldThatIsSkippedIsTheEndOfTheDataAtOnce)
+{
+   constexpr uint8_t kSet = 14;
+   const auto begun = [](uint8_t type) {
+      return WireBytes().message(wire::kReply, "isDebug").field(type, 99);
+   };
+   for (const WireBytes& reply : {begun(wire::kList).listHeader(wire::kStruct, INT32_MAX),
+                                  begun(kSet).listHeader(wire::kBool, 1048577),
+                                  begun(wire::kMap).mapHeader(wire::kBool, wire::kStruct, 1048577)})
+   {
+      PeerSession session(Script().acceptVersion().receive().send(reply.frame()).hold());
+      CheckedStatus status;
+      EXPECT_TRUE(zerovaapi_isDebug(session, status));
+      EXPECT_EQ(status.code(), -52024);
+      EXPECT_THAT(status.json(), HasSubstr(R"(:"No more data to read."})"));
+   }
+}
+
 TEST(LyingReply, SmallLieRunsIntoTheEndOfTheData)
 {
    const LiedTo told =

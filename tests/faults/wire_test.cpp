@@ -3,6 +3,7 @@
 #include "exports/service_calls.h"
 #include "faults/blocked_thread.h"
 #include "faults/endpoint.h"
+#include "faults/endpoint_peer.h"
 #include "service/checked_status.h"
 #include "service/wire_bytes.h"
 
@@ -12,7 +13,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -21,31 +21,6 @@ namespace {
 
 using namespace zerova::test;
 using testing::HasSubstr;
-
-// A scripted service at either endpoint.
-class Peer
-{
-public:
-   Peer(Endpoint endpoint, std::vector<Script> scripts)
-      : endpoint_(endpoint)
-   {
-      if (endpoint == Endpoint::local)
-         local_ = std::make_unique<RawPeer>(Listener::local("com.zerova"), std::move(scripts));
-      else
-         remote_ = std::make_unique<RemotePeer>(std::move(scripts));
-   }
-
-   RawPeer& service() { return local_ ? *local_ : remote_->service(); }
-   zerovaapi_Session connect(quelerr_Status* status) const
-   {
-      return createSession(endpoint_, remote_ ? remote_->host() : "", status);
-   }
-
-private:
-   Endpoint endpoint_;
-   std::unique_ptr<RawPeer> local_;
-   std::unique_ptr<RemotePeer> remote_;
-};
 
 class WireOfEveryCall : public testing::TestWithParam<std::tuple<Endpoint, ServiceCall>>
 {
@@ -57,9 +32,9 @@ protected:
    // Makes the call twice on a service that answers the first one by script.
    void expectTwoAnswers(Script script)
    {
-      Peer peer(endpoint, {script.answerAll([](const std::string& frame) {
-                   return plainReply(methodOf(frame));
-                })});
+      EndpointPeer peer(endpoint, {script.answerAll([](const std::string& frame) {
+                           return plainReply(methodOf(frame));
+                        })});
       CheckedStatus status;
       const zerovaapi_Session session = peer.connect(status);
       ASSERT_NE(session, nullptr) << status.json();
@@ -84,7 +59,7 @@ TEST_P(WireOfEveryCall, ReplyThatIsCutAnywhereIsACommunicationsFault)
    std::vector<Script> scripts;
    for (std::size_t length = 0; length < reply.size(); ++length)
       scripts.push_back(sendingOnce(reply, length));
-   const Peer peer(endpoint, scripts);
+   const EndpointPeer peer(endpoint, scripts);
    for (std::size_t length = 0; length < reply.size(); ++length) {
       SCOPED_TRACE(length);
       CheckedStatus status;
@@ -134,7 +109,8 @@ TEST_P(WireOfEveryCall, StrayMessageBehindAReplyIsSkippedByTheNextCall)
 TEST_P(WireOfEveryCall, StrayExceptionBehindAReplyIsWhatTheNextCallMeets)
 {
    const std::string behind = exceptionReply("another", 6, "meant for nobody");
-   const Peer peer(endpoint, {Script().acceptVersion().receive().send(reply + behind).hold()});
+   const EndpointPeer peer(endpoint,
+                           {Script().acceptVersion().receive().send(reply + behind).hold()});
    CheckedStatus status;
    const zerovaapi_Session session = peer.connect(status);
    ASSERT_NE(session, nullptr) << status.json();
@@ -161,7 +137,7 @@ TEST_P(WireOfTheVersion, ReplyThatIsCutAnywhereIsAskedForAgain)
    for (std::size_t length = 0; length < reply.size(); ++length)
       scripts.push_back(Script().receive().send(reply, length).close());
    scripts.push_back(answeringPlainly());
-   Peer peer(GetParam(), scripts);
+   EndpointPeer peer(GetParam(), scripts);
    CheckedStatus status;
    const zerovaapi_Session session = peer.connect(status);
    EXPECT_NE(session, nullptr) << status.json();
@@ -173,14 +149,14 @@ TEST_P(WireOfTheVersion, ReplyThatIsCutAnywhereIsAskedForAgain)
 TEST_P(WireOfTheVersion, ReplyMayComeLateAndByteByByteWithAStrayMessageBehindIt)
 {
    const pid_t client = gettid();
-   const Peer peer(GetParam(), {Script()
-                                   .receive()
-                                   .call([client] { waitUntilBlocked(client); })
-                                   .trickle(reply)
-                                   .send(voidReply("another"))
-                                   .answerAll([](const std::string& frame) {
-                                      return plainReply(methodOf(frame));
-                                   })});
+   const EndpointPeer peer(GetParam(), {Script()
+                                           .receive()
+                                           .call([client] { waitUntilBlocked(client); })
+                                           .trickle(reply)
+                                           .send(voidReply("another"))
+                                           .answerAll([](const std::string& frame) {
+                                              return plainReply(methodOf(frame));
+                                           })});
    CheckedStatus status;
    const zerovaapi_Session session = peer.connect(status);
    ASSERT_NE(session, nullptr) << status.json();

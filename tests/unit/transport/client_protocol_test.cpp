@@ -227,6 +227,111 @@ TEST(MessageSize, IsLimited)
              Failure(TTransportException::END_OF_FILE, "MaxMessageSize reached"));
 }
 
+const Failure kTooMuch{TTransportException::END_OF_FILE, "MaxMessageSize reached"};
+
+std::shared_ptr<TConfiguration> limitedTo(size_t size)
+{
+   return std::make_shared<TConfiguration>(static_cast<int>(size));
+}
+
+// The same bytes in frames of at most so many.
+std::string inFramesOf(size_t most, const std::string& bytes)
+{
+   std::string frames;
+   for (size_t at = 0; at < bytes.size(); at += most)
+      frames += WireBytes().raw(bytes.substr(at, most)).frame();
+   return frames;
+}
+
+// A reply with a bit of everything that is kept, and of everything that is skipped.
+std::string variedReply()
+{
+   return WireBytes()
+      .message(wire::kReply, "getRoutableDevices")
+      .i32Field(90, 1)
+      .textField(91, "skipped")
+      .field(wire::kList, 92)
+      .listHeader(wire::kI32, 40)
+      .raw(std::string(160, 'i'))
+      .field(wire::kMap, 93)
+      .mapHeader(wire::kBool, wire::kStruct, 1)
+      .byte(1)
+      .stop()
+      .field(wire::kList, 0)
+      .listHeader(wire::kString, 2)
+      .text("one")
+      .text(std::string(300, 'd'))
+      .stop()
+      .bytes();
+}
+
+TEST(MessageSize, IsReachedExactlyInHoweverManyFrames)
+{
+   const std::string reply = variedReply();
+   const std::vector<std::string> devices{"one", std::string(300, 'd')};
+   for (size_t frame = 1; frame <= reply.size(); ++frame) {
+      SCOPED_TRACE(frame);
+      const std::string frames = inFramesOf(frame, reply);
+      // The next message has the whole limit again.
+      Replies fits(frames + frames, limitedTo(reply.size()));
+      EXPECT_EQ(fits.devices(), devices);
+      EXPECT_EQ(fits.devices(), devices);
+      Replies exceeds(frames, limitedTo(reply.size() - 1));
+      EXPECT_EQ(failureOf<TTransportException>([&] { exceeds.devices(); }), kTooMuch);
+   }
+}
+
+TEST(MessageSize, HoldsForTheWholeFrameInWhichTheMessageEnds)
+{
+   const std::string reply = variedReply();
+   Replies replies(WireBytes().raw(reply).raw("more").frame(), limitedTo(reply.size() + 3));
+   EXPECT_EQ(failureOf<TTransportException>([&] { replies.devices(); }), kTooMuch);
+}
+
+TEST(MessageSize, IsLookedAtBeforeAnythingIsReservedForAFrame)
+{
+   Replies replies(WireBytes().i32(16000000).bytes(), limitedTo(15999999));
+   countedHeap::takeLargestRequest();
+   EXPECT_EQ(failureOf<TTransportException>([&] { replies.devices(); }), kTooMuch);
+   EXPECT_LT(countedHeap::takeLargestRequest(), 10000u);
+}
+
+TEST(MessageSize, HoldsForWhatIsGatheredOfAText)
+{
+   const std::string reply = zerova::test::textListReply("getRoutableDevices", {"x"}).substr(4);
+   const size_t head = reply.size() - 6; // up to the text's length
+   const auto frames = [&](size_t inLastFrame) {
+      return WireBytes().raw(reply.substr(0, head)).i32(900).raw(std::string(400, 'd')).frame() +
+             WireBytes().raw(std::string(499, 'd')).frame() +
+             WireBytes().raw("d").stop().raw(std::string(inLastFrame - 2, 'x')).frame();
+   };
+   const size_t received = head + 4 + 400 + 499;
+   Replies fits(frames(50), limitedTo(received + 50));
+   EXPECT_EQ(fits.devices(), std::vector<std::string>{std::string(900, 'd')});
+   Replies exceeds(frames(51), limitedTo(received + 50));
+   EXPECT_EQ(failureOf<TTransportException>([&] { exceeds.devices(); }), kTooMuch);
+}
+
+TEST(MessageSize, IsThatOfTheMessageAlsoForAnAnnouncedText)
+{
+   const std::string head = WireBytes()
+                               .message(wire::kReply, "getRoutableDevices")
+                               .field(wire::kList, 90)
+                               .listHeader(wire::kI32, 100)
+                               .raw(std::string(400, 'i'))
+                               .field(wire::kList, 0)
+                               .listHeader(wire::kString, 1)
+                               .bytes();
+   const auto announcing = [&](int32_t length) {
+      return WireBytes().raw(head).i32(length).frame();
+   };
+   const size_t limit = head.size() + 4 + 500;
+   Replies fits(announcing(500), limitedTo(limit));
+   EXPECT_EQ(failureOf<TTransportException>([&] { fits.devices(); }), kEndOfData);
+   Replies exceeds(announcing(501), limitedTo(limit));
+   EXPECT_EQ(failureOf<TTransportException>([&] { exceeds.devices(); }), kTooMuch);
+}
+
 // A reply with one text, as long as it takes to fill a frame of the given size.
 std::string replyOfSize(size_t size)
 {
@@ -364,7 +469,7 @@ TEST(ElementCount, OfASetInAnUnknownFieldIsHeldToTheSame)
                       .listHeader(wire::kStruct, 1048577)
                       .raw(std::string(1000, '\0'))
                       .frame());
-   EXPECT_THROW(replies.client->recv_isDebug(), std::bad_alloc);
+   EXPECT_EQ(failureOf<TTransportException>([&] { replies.client->recv_isDebug(); }), kEndOfData);
 }
 
 TEST(ElementCount, UpTo1048576IsTakenOnTrustAndRunsIntoTheEndOfTheData)
@@ -400,7 +505,43 @@ TEST(ElementCount, AsManyAsBytesLeftIsTakenAndOneMoreIsNot)
    Replies fills(reply(1048580));
    EXPECT_EQ(failureOf<TTransportException>([&] { fills.client->recv_isDebug(); }), kEndOfData);
    Replies exceeds(reply(1048581));
-   EXPECT_THROW(exceeds.client->recv_isDebug(), std::bad_alloc);
+   EXPECT_EQ(failureOf<TTransportException>([&] { exceeds.client->recv_isDebug(); }), kEndOfData);
+}
+
+// Another frame stands ready, which reading on would take for the rest.
+TEST(ElementCount, ThatIsFalseInWhatIsOnlySkippedEndsTheDataAtTheCount)
+{
+   constexpr uint8_t kSet = 14;
+   const auto begun = [](uint8_t type) {
+      return WireBytes().message(wire::kReply, "isDebug").field(type, 99);
+   };
+   const std::vector<WireBytes> messages = {
+      begun(wire::kList).listHeader(wire::kBool, 1048577),
+      begun(kSet).listHeader(wire::kBool, 1048577),
+      begun(wire::kMap).mapHeader(wire::kBool, wire::kBool, 1048577),
+      begun(wire::kStruct).field(wire::kList, 1).listHeader(wire::kBool, 1048577),
+      WireBytes()
+         .message(wire::kReply, "stray")
+         .field(wire::kList, 0)
+         .listHeader(wire::kStruct, 1048577)};
+   for (const WireBytes& message : messages) {
+      Replies replies(message.frame() + zerova::test::boolReply("isDebug", true));
+      EXPECT_EQ(failureOf<TTransportException>([&] { replies.client->recv_isDebug(); }),
+                kEndOfData);
+      EXPECT_TRUE(replies.client->recv_isDebug()) << "of the next frame nothing has been read";
+   }
+}
+
+// What is read behind something that was skipped is kept again.
+TEST(ElementCount, ThatIsFalseBehindASkippedFieldIsOutOfMemory)
+{
+   Replies replies(WireBytes()
+                      .message(wire::kReply, "getRoutableDevices")
+                      .textField(99, "skipped")
+                      .field(wire::kList, 0)
+                      .listHeader(wire::kString, 1048577)
+                      .frame());
+   EXPECT_THROW(replies.devices(), std::bad_alloc);
 }
 
 TEST(ElementCount, ChecksOfTheProtocolComeFirst)
