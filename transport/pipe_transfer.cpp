@@ -18,18 +18,17 @@ namespace {
    throw TTransportException(TTransportException::UNKNOWN, message);
 }
 
-[[noreturn]] void failTransfer(int error)
+void tellTransferFailure(int error)
 {
    GlobalOutput.perror("getOverlappedResultWithTimeout errored GLE=", error);
+}
+
+[[noreturn]] void failTransfer()
+{
    throw TTransportException(TTransportException::UNKNOWN, "getOverlappedResultWithTimeout failed");
 }
 
-[[noreturn]] void failTimeOut()
-{
-   const char* const message = "getOverlappedResultWithTimeout timed out";
-   GlobalOutput(message);
-   throw TTransportException(TTransportException::TIMED_OUT, message);
-}
+constexpr const char* kTimedOut = "getOverlappedResultWithTimeout timed out";
 
 } // namespace
 
@@ -63,15 +62,21 @@ void getOverlappedResultWithTimeout(Handle pipe, PipeTransfer& transfer, uint32_
    if (timeoutMs > 0) {
       const platform::WaitedTransfer waited = platform::waitForTransfer(transfer, timeoutMs);
       if (waited.result != platform::TransferWait::ended) {
+         const bool timedOut = waited.result == platform::TransferWait::timedOut;
          platform::raiseEvent(transfer.event);
+         if (timedOut)
+            GlobalOutput(kTimedOut);
+         else
+            tellTransferFailure(waited.error);
          if (cancelOnFailure) platform::cancelTransfers(pipe);
-         if (waited.result == platform::TransferWait::timedOut) failTimeOut();
-         failTransfer(waited.error);
+         if (timedOut) throw TTransportException(TTransportException::TIMED_OUT, kTimedOut);
+         failTransfer();
       }
    }
    if (const int error = platform::finishTransfer(transfer, timeoutMs < 1, bytes)) {
       platform::raiseEvent(transfer.event);
-      failTransfer(error);
+      tellTransferFailure(error);
+      failTransfer();
    }
 }
 

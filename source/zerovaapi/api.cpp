@@ -99,9 +99,11 @@ const Attribute* findAttribute(zerovaapi_TerminalContainer container, zerovaapi_
 constexpr const char* kIteratorAtEnd = "Input iterator must not point to the end of the sequence";
 
 // Both readers name the string function: tools match this text.
-std::string invalidName(const char* name)
+void failForName(quelerr_Status* status, int32_t line, const char* name)
 {
-   return std::string("Invalid attribute name passed to zerovaapi_getStringAttribute: ") + name;
+   if (!setFailure(status, kInvalidParameter, line)) return;
+   const std::string lead = "Invalid attribute name passed to zerovaapi_getStringAttribute: ";
+   describeFailure(status, (lead + name).c_str());
 }
 
 } // namespace
@@ -417,7 +419,7 @@ const char* zerovaapi_TerminalIterator_getStringAttribute(zerovaapi_TerminalCont
    return caught(status, ZEROVAAPI_SITE, nullptr, [&]() -> const char* {
       const Attribute* attribute = findAttribute(container, iterator, name, AttrType::STRING);
       if (attribute) return attribute->str_attr.c_str();
-      fail(status, kInvalidParameter, __LINE__, invalidName(name).c_str());
+      failForName(status, __LINE__, name);
       return nullptr;
    });
 }
@@ -433,7 +435,7 @@ bool zerovaapi_TerminalIterator_getBoolAttribute(zerovaapi_TerminalContainer con
    return caught(status, ZEROVAAPI_SITE, false, [&] {
       const Attribute* attribute = findAttribute(container, iterator, name, AttrType::BOOL);
       if (attribute) return attribute->bool_attr;
-      fail(status, kInvalidParameter, __LINE__, invalidName(name).c_str());
+      failForName(status, __LINE__, name);
       return false;
    });
 }

@@ -8,20 +8,23 @@ namespace {
 constexpr const char* kFile = "source\\zerovaapi\\api";
 constexpr const char* kComponent = "zerovaapi";
 
-void setWithPair(quelerr_Status* status, StatusCode code, int32_t line, const char* key,
-                 const char* value)
+} // namespace
+
+// A failure that lost to an earlier error must not write into the earlier one's text.
+bool setFailure(quelerr_Status* status, StatusCode code, int32_t line)
 {
-   const quelerr_Location site{kFile, line, kComponent, code.constant};
-   // A failure that lost to an earlier error must not write into the earlier one's text.
-   if (quelerr_Status_setWithSite(status, code.value, site) && value)
-      quelerr_Status_appendPair(status, key, value);
+   return quelerr_Status_setWithSite(status, code.value,
+                                     quelerr_Location{kFile, line, kComponent, code.constant});
 }
 
-} // namespace
+void describeFailure(quelerr_Status* status, const char* debugText)
+{
+   quelerr_Status_appendPair(status, "zerovaapi_debug", debugText);
+}
 
 void fail(quelerr_Status* status, StatusCode code, int32_t line, const char* debugText)
 {
-   setWithPair(status, code, line, "zerovaapi_debug", debugText);
+   if (setFailure(status, code, line) && debugText) describeFailure(status, debugText);
 }
 
 void takeServiceFailure(quelerr_Status* status, const ThriftStatus& e)
@@ -34,7 +37,7 @@ void takeServiceFailure(quelerr_Status* status, const ThriftStatus& e)
 void takeException(quelerr_Status* status, StatusCode code, int32_t line, const char* key,
                    const std::exception& e)
 {
-   setWithPair(status, code, line, key, e.what());
+   if (setFailure(status, code, line)) quelerr_Status_appendPair(status, key, e.what());
 }
 
 void takeOutOfMemory(quelerr_Status* status, int32_t line)

@@ -39,6 +39,10 @@ struct GuardSite
 // null. A failure that comes after an error is dropped: the first one stays.
 void fail(quelerr_Status* status, StatusCode code, int32_t line, const char* debugText);
 
+// The same in two steps, for a sentence that has to be built: only if the code took.
+bool setFailure(quelerr_Status* status, StatusCode code, int32_t line);
+void describeFailure(quelerr_Status* status, const char* debugText);
+
 // The clauses of the ladder.
 void takeServiceFailure(quelerr_Status* status, const ThriftStatus& e);
 void takeException(quelerr_Status* status, StatusCode code, int32_t line, const char* key,

@@ -346,6 +346,22 @@ TEST(BusyPipe, VerifierIsAskedForItsFlagsOnEveryPass)
    EXPECT_TRUE(service.nobodyWaits());
 }
 
+TEST(BusyPipe, ConnectionThatTheWaitGainedIsTheOneThatCarriesTheBytes)
+{
+   LocalService service;
+   TPipe pipe(service.name());
+   const faults::Failing busyOnce(faults::Call::kConnect, EAGAIN);
+   pipe.open();
+   pipe.write(reinterpret_cast<const uint8_t*>("question"), 8);
+   Stream client = service.accept();
+   EXPECT_EQ(service.read(client, 8), "question");
+   service.write(client, "answer");
+   uint8_t answer[6] = {};
+   pipe.readAll(answer, sizeof(answer));
+   EXPECT_EQ(std::string(std::begin(answer), std::end(answer)), "answer");
+   EXPECT_TRUE(service.nobodyWaits());
+}
+
 TEST(BusyPipe, FlagsOfTheLastPassHold)
 {
    LocalService service;

@@ -1,14 +1,18 @@
 // One transfer on a pipe with a time limit, which no session sets.
+#include "faults/blocked_thread.h"
 #include "transport/pipe_handles.h"
 #include "transport/pipe_transfer.h"
 #include "unit/transport/system_faults.h"
 
 #include <cerrno>
+#include <future>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/socket.h>
 #include <thrift/Thrift.h>
 #include <thrift/transport/TTransportException.h>
+#include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -128,6 +132,27 @@ TEST_F(PipeTransfer, EndOfTheConnectionWithinTheLimitIsAFailureAndNoTimeOut)
                  "getOverlappedResultWithTimeout errored GLE=: Broken pipe");
 }
 
+// The diagnostic tells why before the cancelling can change it.
+TEST_F(PipeTransfer, FailedWaitIsToldBeforeTheTransfersAreCancelled)
+{
+   using Steps = std::vector<std::string>;
+   faults::PipeSteps steps;
+   apache::thrift::GlobalOutput.setOutputFunction([](const char*) { faults::noteStep("told"); });
+   EXPECT_THROW(read(10), TTransportException);
+   EXPECT_EQ(steps.taken(), (Steps{"event raised", "told", "cancelled"})) << "timed out";
+   {
+      faults::WatchedPoll polls;
+      polls.failNext(ENOMEM);
+      EXPECT_THROW(read(60000), TTransportException);
+   }
+   EXPECT_EQ(steps.taken(), (Steps{"event raised", "told", "cancelled"})) << "failed wait";
+   peer.reset();
+   EXPECT_THROW(read(60000), TTransportException);
+   EXPECT_EQ(steps.taken(), (Steps{"event raised", "told"})) << "failed transfer";
+   EXPECT_THROW(write(-1), TTransportException);
+   EXPECT_EQ(steps.taken(), (Steps{"event raised", "told"})) << "failed start";
+}
+
 TEST_F(PipeTransfer, WriteThatFindsNoRoomTimesOut)
 {
    fillOwnBuffer();
@@ -181,6 +206,19 @@ TEST_F(PipeTransfer, ZeroIsNoLimitEither)
    sendFromPeer("abc");
    EXPECT_EQ(read(0), 3u);
    EXPECT_TRUE(polls.limits().empty());
+}
+
+// The thread that reads; the test sends when it waits.
+TEST_F(PipeTransfer, ZeroWaitsForWhatHasNotCome)
+{
+   std::promise<pid_t> reader;
+   auto count = std::async(std::launch::async, [&] {
+      reader.set_value(gettid());
+      return read(0);
+   });
+   ASSERT_TRUE(zerova::test::waitUntilBlocked(reader.get_future().get()));
+   sendFromPeer("abc");
+   EXPECT_EQ(count.get(), 3u);
 }
 
 TEST_F(PipeTransfer, ReadWithoutAHandleFailsItsStart)

@@ -1,6 +1,8 @@
 // The linker leads the calls of the program's objects to the functions with __wrap_ in front.
 #include "unit/transport/system_faults.h"
 
+#include "platform/local_pipe.h"
+
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -12,6 +14,7 @@
 #include <optional>
 #include <poll.h>
 #include <sys/socket.h>
+#include <utility>
 
 namespace faults {
 namespace {
@@ -68,6 +71,7 @@ thread_local Fault pending[static_cast<size_t>(Call::kCount)];
 thread_local std::optional<Polls> polls;
 thread_local std::optional<std::vector<std::string>> names;
 thread_local std::optional<Ticks> ticks;
+thread_local std::optional<std::vector<std::string>> steps;
 
 Fault& faultOf(Call call)
 {
@@ -166,6 +170,26 @@ SteppedTicks::~SteppedTicks()
    ticks.reset();
 }
 
+PipeSteps::PipeSteps()
+{
+   steps.emplace();
+}
+
+PipeSteps::~PipeSteps()
+{
+   steps.reset();
+}
+
+std::vector<std::string> PipeSteps::taken()
+{
+   return std::exchange(*steps, {});
+}
+
+void noteStep(const char* step)
+{
+   if (steps) steps->emplace_back(step);
+}
+
 } // namespace faults
 
 extern "C" {
@@ -236,6 +260,22 @@ int __wrap_gethostbyname_r(const char* name, hostent* host, char* room, size_t s
    *found = nullptr;
    *reason = HOST_NOT_FOUND;
    return 0;
+}
+
+// platform::raiseEvent(Handle)
+void __real__ZN8platform10raiseEventEl(platform::Handle event);
+void __wrap__ZN8platform10raiseEventEl(platform::Handle event)
+{
+   faults::noteStep("event raised");
+   __real__ZN8platform10raiseEventEl(event);
+}
+
+// platform::cancelTransfers(Handle)
+void __real__ZN8platform15cancelTransfersEl(platform::Handle pipe);
+void __wrap__ZN8platform15cancelTransfersEl(platform::Handle pipe)
+{
+   faults::noteStep("cancelled");
+   __real__ZN8platform15cancelTransfersEl(pipe);
 }
 
 // platform::tickCount()

@@ -88,6 +88,20 @@ public:
    SteppedTicks& operator=(const SteppedTicks&) = delete;
 };
 
+// While it lives, what is done to a pipe's event and its transfers is noted, and what the test itself
+// notes between.
+class PipeSteps
+{
+public:
+   PipeSteps();
+   ~PipeSteps();
+   PipeSteps(const PipeSteps&) = delete;
+   PipeSteps& operator=(const PipeSteps&) = delete;
+
+   std::vector<std::string> taken(); // since the last look
+};
+void noteStep(const char* step);
+
 } // namespace faults
 
 #endif
