@@ -1,5 +1,6 @@
 #include "transport/client_session.h"
 
+#include "platform/process.h"
 #include "platform/socket.h"
 #include "transport/client_framing.h"
 #include "transport/client_protocol.h"
@@ -32,18 +33,36 @@ void silenceThriftOnce()
    static_cast<void>(silent);
 }
 
-// A service learns of a session's end from the end of its connection alone, and a child process
-// that has inherited the socket would keep it alive. Thrift creates its sockets inheritable.
+// A service learns of a session's end from the end of its connection alone. A new program that has
+// inherited the socket would keep it alive; a Thrift that is not linked in creates it inheritable.
+// And a child that is a copy of this process has a copy of the session: what it shuts down is shut
+// down for its parent as well.
 class RemoteTransport : public TSocket
 {
 public:
    using TSocket::TSocket;
+   RemoteTransport(const RemoteTransport&) = delete;
+   RemoteTransport& operator=(const RemoteTransport&) = delete;
+   ~RemoteTransport() override { RemoteTransport::close(); }
 
    void open() override
    {
+      owner_ = platform::processNumber();
       TSocket::open();
       platform::keepFromChildren(static_cast<platform::Socket>(getSocketFD()));
    }
+
+   void close() override
+   {
+      if (isOpen() && platform::processNumber() != owner_) {
+         platform::closeSocket(static_cast<platform::Socket>(socket_));
+         socket_ = THRIFT_INVALID_SOCKET;
+      }
+      TSocket::close();
+   }
+
+private:
+   uint32_t owner_ = 0;
 };
 
 // 0 if there is no port to be had: the connection then fails by itself.

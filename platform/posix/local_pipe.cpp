@@ -2,6 +2,7 @@
 #include "platform/local_pipe.h"
 
 #include "platform/posix/resumed_poll.h"
+#include "platform/posix/resumed_socket.h"
 
 #include <atomic>
 #include <cerrno>
@@ -61,13 +62,8 @@ void end(PipeTransfer& transfer, Record& record, uint32_t count)
 // Sends or receives once, as much as goes. A negative result leaves the reason in errno.
 ssize_t moveBytes(const Record& record, int flags)
 {
-   ssize_t count = 0;
-   do {
-      count = record.writing
-                 ? send(record.descriptor, record.data, record.length, flags | MSG_NOSIGNAL)
-                 : recv(record.descriptor, record.data, record.length, flags);
-   } while (count < 0 && errno == EINTR);
-   return count;
+   if (!record.writing) return resumedReceive(record.descriptor, record.data, record.length, flags);
+   return resumedSend(record.descriptor, record.data, record.length, flags | MSG_NOSIGNAL);
 }
 
 int pollFor(const Record& record, int32_t time, short& found)

@@ -251,6 +251,15 @@ TEST(RemoteSession, SocketIsNotInherited)
    EXPECT_TRUE(descriptors::closesOnExec(static_cast<int>(socket->getSocketFD())));
 }
 
+// Another thread may begin a program at any time.
+TEST(RemoteSession, SocketsAreNotInheritedWhileTheyConnectEither)
+{
+   RemotePeer remote(Script().hold());
+   const faults::WatchedConnects connects;
+   const auto session = openClientSession("", remote.host());
+   EXPECT_EQ(connects.closeOnExec(), (std::vector<bool>{true, true})) << "locator, service";
+}
+
 TEST(RemoteSession, SettingsOfTheSocketAreTheDefaults)
 {
    RemotePeer remote(Script().hold());

@@ -2,6 +2,7 @@
 #include "unit/transport/system_faults.h"
 
 #include "platform/local_pipe.h"
+#include "unit/transport/descriptors.h"
 
 #include <atomic>
 #include <cerrno>
@@ -68,6 +69,7 @@ struct SocketMeeting
 SocketMeeting meeting;
 
 thread_local Fault pending[static_cast<size_t>(Call::kCount)];
+thread_local std::optional<std::vector<bool>> connects;
 thread_local std::optional<Polls> polls;
 thread_local std::optional<std::vector<std::string>> names;
 thread_local std::optional<Ticks> ticks;
@@ -94,6 +96,21 @@ Failing::~Failing()
 bool Failing::hasHappened() const
 {
    return faultOf(call_).times == 0;
+}
+
+WatchedConnects::WatchedConnects()
+{
+   connects.emplace();
+}
+
+WatchedConnects::~WatchedConnects()
+{
+   connects.reset();
+}
+
+const std::vector<bool>& WatchedConnects::closeOnExec() const
+{
+   return *connects;
 }
 
 WatchedPoll::WatchedPoll()
@@ -205,6 +222,7 @@ int __wrap_socket(int domain, int type, int protocol)
 int __real_connect(int descriptor, const sockaddr* address, socklen_t size);
 int __wrap_connect(int descriptor, const sockaddr* address, socklen_t size)
 {
+   if (faults::connects) faults::connects->push_back(descriptors::closesOnExec(descriptor));
    if (faults::faultOf(faults::Call::kConnect).strikes()) return -1;
    return __real_connect(descriptor, address, size);
 }

@@ -36,6 +36,19 @@ private:
    const Call call_;
 };
 
+// While it lives, all sockets that are to be connected are noted.
+class WatchedConnects
+{
+public:
+   WatchedConnects();
+   ~WatchedConnects();
+   WatchedConnects(const WatchedConnects&) = delete;
+   WatchedConnects& operator=(const WatchedConnects&) = delete;
+
+   // Of each, whether a new program would have found it closed.
+   const std::vector<bool>& closeOnExec() const;
+};
+
 // While it lives, the limits of all polls are noted, and chosen ones do not look at all.
 class WatchedPoll
 {
