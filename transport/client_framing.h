@@ -217,7 +217,7 @@ private:
    // Reads a frame away if it is the reply; else leaves off in the middle.
    bool skipsReply(uint32_t length)
    {
-      std::array<uint8_t, 4096> bytes;
+      std::array<uint8_t, 1024> bytes;
       uint32_t left = length;
       const auto more = [&] {
          const uint32_t part = std::min(left, static_cast<uint32_t>(bytes.size()));

@@ -7,8 +7,9 @@
 #include <thrift/protocol/TEnum.h>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -42,7 +43,7 @@ public:
    // what the service has never had.
    bool findsReplyTo(std::string_view method)
    {
-      return takesHeader(method) && (skipsValue(protocol::T_STRUCT, 0) || isLie_);
+      return takesHeader(method) && (skipsStruct() || isLie_);
    }
 
 private:
@@ -71,10 +72,59 @@ private:
       });
    }
 
-   bool skipsValue(uint32_t type, int depth)
+   // What is still to come of a struct, or of a list, a set or a map.
+   struct Level
+   {
+      bool isStruct;
+      uint8_t types[2]; // of an element, or of a key and a value
+      uint8_t kinds;    // how many of these there are
+      uint8_t next;     // which of them is next
+      uint32_t count;   // of elements
+   };
+
+   // Without recursion: what is scanned when memory has run out should not need much stack either.
+   bool skipsStruct()
+   {
+      std::array<Level, kDeepest> levels;
+      levels[0] = {true, {}, 0, 0, 0};
+      for (size_t depth = 1; depth > 0;) {
+         Level& level = levels[depth - 1];
+         uint32_t type = protocol::T_STOP;
+         if (level.isStruct && !takes(1, type)) return false;
+         if (level.isStruct ? type == protocol::T_STOP : level.count == 0) {
+            --depth;
+            continue;
+         }
+         if (level.isStruct && !skips(2)) return false;
+         if (!level.isStruct) type = nextType(level);
+         if (!isContainer(type)) {
+            if (!skipsScalar(type)) return false;
+         } else if (depth == levels.size() || !takesBegin(type, levels[depth++]))
+            return false;
+      }
+      return true;
+   }
+
+   static uint32_t nextType(Level& level)
+   {
+      const uint8_t type = level.types[level.next++];
+      if (level.next == level.kinds) {
+         level.next = 0;
+         --level.count;
+      }
+      return type;
+   }
+
+   static bool isContainer(uint32_t type)
    {
       using namespace protocol;
-      if (depth == kDeepest) return false;
+      return type == T_STRUCT || type == T_MAP || type == T_SET || type == T_LIST;
+   }
+
+   bool skipsScalar(uint32_t type)
+   {
+      using namespace protocol;
+      uint32_t length = 0;
       switch (type) {
       case T_BOOL:
       case T_BYTE:
@@ -87,49 +137,25 @@ private:
       case T_DOUBLE:
          return skips(8);
       case T_STRING:
-         return skipsText();
-      case T_STRUCT:
-         return skipsStruct(depth);
-      case T_MAP:
-         return skipsElements(2, depth);
-      case T_SET:
-      case T_LIST:
-         return skipsElements(1, depth);
+         return takes(4, length) && skips(length);
       default:
          return false;
       }
    }
 
-   bool skipsText()
+   bool takesBegin(uint32_t type, Level& level)
    {
-      uint32_t length = 0;
-      return takes(4, length) && skips(length);
-   }
-
-   bool skipsStruct(int depth)
-   {
-      for (;;) {
-         uint32_t type = 0;
-         if (!takes(1, type)) return false;
-         if (type == protocol::T_STOP) return true;
-         if (!skips(2) || !skipsValue(type, depth + 1)) return false;
+      level = {type == protocol::T_STRUCT, {}, 0, 0, 0};
+      if (level.isStruct) return true;
+      level.kinds = type == protocol::T_MAP ? 2 : 1;
+      for (int i = 0; i < level.kinds; ++i) {
+         uint32_t byte = 0;
+         if (!takes(1, byte)) return false;
+         level.types[i] = static_cast<uint8_t>(byte);
       }
-   }
-
-   // kinds: what an element consists of, a value, or a key and a value.
-   bool skipsElements(int kinds, int depth)
-   {
-      uint32_t types[2] = {};
-      uint32_t count = 0;
-      for (int i = 0; i < kinds; ++i)
-         if (!takes(1, types[i])) return false;
-      if (!takes(4, count)) return false;
-      isLie_ = isFalseCount(count, left_);
-      if (isLie_) return false;
-      for (; count > 0; --count)
-         for (int i = 0; i < kinds; ++i)
-            if (!skipsValue(types[i], depth + 1)) return false;
-      return true;
+      if (!takes(4, level.count)) return false;
+      isLie_ = isFalseCount(level.count, left_);
+      return !isLie_;
    }
 
    bool takes(int bytes, uint32_t& number)

@@ -13,7 +13,12 @@
 namespace {
 
 using namespace zerova::test;
+using testing::AllOf;
+using testing::Each;
+using testing::Ge;
+using testing::Le;
 using testing::MatchesRegex;
+using testing::SizeIs;
 
 constexpr const char* kOutOfMemory =
    R"(\{"file":"source\\\\zerovaapi\\\\api","line":[1-9][0-9]*,"component":"zerovaapi"\})";
@@ -41,7 +46,7 @@ class EveryCallWithoutMemory : public testing::TestWithParam<ServiceCall>
 INSTANTIATE_TEST_SUITE_P(All, EveryCallWithoutMemory, testing::ValuesIn(serviceCalls()),
                          [](const auto& call) { return call.param.method; });
 
-TEST_P(EveryCallWithoutMemory, EndsInOutOfMemoryWhicheverAllocationFails)
+TEST_P(EveryCallWithoutMemory, EndsInOutOfMemoryWhicheverAllocationFailsAndTheNextIsWhole)
 {
    const ServiceCall& call = GetParam();
    bool failed = true;
@@ -66,6 +71,10 @@ TEST_P(EveryCallWithoutMemory, EndsInOutOfMemoryWhicheverAllocationFails)
       if (!failed) continue;
       EXPECT_EQ(told, call.failure);
       EXPECT_THAT(status.json(), MatchesRegex(kOutOfMemory));
+      HeapStatus next;
+      EXPECT_EQ(call.call(session, &next.status), call.success);
+      EXPECT_EQ(next.status.code, 0) << next.json();
+      EXPECT_THAT(session.requests(), AllOf(SizeIs(AllOf(Ge(1u), Le(2u))), Each(call.request)));
    }
 }
 

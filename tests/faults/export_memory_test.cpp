@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <map>
 #include <new>
 #include <string>
 #include <vector>
@@ -25,6 +26,18 @@ constexpr size_t kNever = SIZE_MAX;
 Script answeringAtLength()
 {
    return Script().answerAll([](const std::string& frame) { return longReply(methodOf(frame)); });
+}
+
+// A service has got nothing but whole requests, the same ones for each method however often.
+void expectOnlyWholeRequests(const RawPeer& service)
+{
+   std::map<std::string, std::string> requests;
+   for (const std::string& frame : service.frames()) {
+      const auto [first, isNew] = requests.try_emplace(methodOf(frame), frame);
+      EXPECT_EQ(frame, first->second);
+   }
+   for (std::size_t i = 0; i < service.connectionCount(); ++i)
+      EXPECT_EQ(service.record(i).rest, "");
 }
 
 struct Attempt
@@ -117,6 +130,8 @@ void EveryExport::failEachAllocation(Then then)
       EXPECT_EQ(liveBlocks(), before);
    }
    EXPECT_TRUE(descriptorsComeDownTo(descriptors));
+   for (const RawPeer* service : {&plain, &immediate, &remote.service()})
+      expectOnlyWholeRequests(*service);
 }
 
 TEST_P(EveryExport, IsOutOfMemoryWhicheverAllocationFailsAndWorksAgainAfterwards)
@@ -199,6 +214,7 @@ protected:
          if (HasFailure()) return; // what was told of it is on the heap
          EXPECT_EQ(liveBlocks(), before);
       }
+      expectOnlyWholeRequests(service);
    }
 };
 

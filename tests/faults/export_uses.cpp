@@ -11,8 +11,10 @@ namespace zerova::test {
 
 namespace {
 
+// So long that the buffer for a request grows while it is being written.
+const std::string kLongUri = "first-device-with-a-long-name/" + std::string(2000, 't');
+const char* const kUri1 = kLongUri.c_str();
 // Each too long to live inside a string object.
-constexpr const char* kUri1 = "first-device-with-a-long-name/terminal-with-a-long-name";
 constexpr const char* kUri2 = "second-device-with-a-long-name/terminal-with-a-long-name";
 constexpr const char* kDevice = "first-device-with-a-long-name";
 constexpr const char* kName = "an-attribute-whose-name-is-long";

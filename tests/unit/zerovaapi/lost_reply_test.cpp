@@ -181,6 +181,16 @@ TEST(LostReply, MayHoldFieldsOfEveryTypeThatNobodyAskedFor)
    EXPECT_THAT(nextCallsAfter(message.stop().frame()), ElementsAre(Next::isRight));
 }
 
+TEST(LostReply, MayNestAsDeepAsAReplyCan)
+{
+   constexpr int kDepth = 50;
+   WireBytes message = result(WireBytes().message(wire::kReply, kMethod));
+   for (int depth = 0; depth < kDepth; ++depth)
+      message.field(wire::kStruct, 99);
+   message.raw(std::string(kDepth, '\0'));
+   EXPECT_THAT(nextCallsAfter(message.stop().frame()), ElementsAre(Next::isRight));
+}
+
 TEST(LostReply, MayBeAnExceptionForTheMethod)
 {
    EXPECT_THAT(nextCallsAfter(exceptionReply(kMethod, 6, kLong)), ElementsAre(Next::isRight));
