@@ -170,7 +170,6 @@ private:
 
    bool skips(uint32_t count)
    {
-      if (count > left_) return false;
       while (count > 0 && hasMore()) {
          const uint32_t part = std::min(count, static_cast<uint32_t>(bytes_.size()));
          drop(part);

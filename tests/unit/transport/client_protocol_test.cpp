@@ -502,8 +502,9 @@ TEST(ElementCount, AsManyAsBytesLeftIsTakenAndOneMoreIsNot)
    Replies fits(reply(1048579));
    EXPECT_EQ(failureOf<TApplicationException>([&] { fits.client->recv_isDebug(); }),
              kMissingResult);
-   Replies fills(reply(1048580));
-   EXPECT_EQ(failureOf<TTransportException>([&] { fills.client->recv_isDebug(); }), kEndOfData);
+   Replies fills(reply(1048580) + WireBytes().stop().frame());
+   EXPECT_EQ(failureOf<TApplicationException>([&] { fills.client->recv_isDebug(); }),
+             kMissingResult);
    Replies exceeds(reply(1048581));
    EXPECT_EQ(failureOf<TTransportException>([&] { exceeds.client->recv_isDebug(); }), kEndOfData);
 }

@@ -191,6 +191,34 @@ TEST(LostReply, MayNestAsDeepAsAReplyCan)
    EXPECT_THAT(nextCallsAfter(message.stop().frame()), ElementsAre(Next::isRight));
 }
 
+TEST(LostReply, MayHaveMoreBehindItInItsFrame)
+{
+   for (const size_t size : {1u, 5000u})
+      EXPECT_THAT(nextCallsAfter(reply().raw(std::string(size, 'x')).frame()),
+                  ElementsAre(Next::isRight));
+}
+
+TEST(LostReply, OfACallBehindOneThatFailedInItsReplyLeavesTheConnectionInStep)
+{
+   const std::string lie = WireBytes()
+                              .message(wire::kReply, kMethod)
+                              .field(wire::kList, 99)
+                              .listHeader(wire::kBool, 2000000)
+                              .frame();
+   Stack stack({lie, reply().frame()});
+   FixedStatus first;
+   zerovaapi_getRoutableDevices(stack, first);
+   EXPECT_EQ(first.code(), -52024);
+   FixedStatus second;
+   {
+      HeapWatch watch;
+      watch.failAbove(kLong.size());
+      zerovaapi_getRoutableDevices(stack, second);
+   }
+   EXPECT_EQ(second.code(), -52000);
+   EXPECT_EQ(makeNextCall(stack), Next::isRight);
+}
+
 TEST(LostReply, MayBeAnExceptionForTheMethod)
 {
    EXPECT_THAT(nextCallsAfter(exceptionReply(kMethod, 6, kLong)), ElementsAre(Next::isRight));
@@ -260,6 +288,32 @@ TEST(LostReply, ThatWasReadToItsEndLeavesTheConnectionInStep)
    }
 }
 
+// Nothing of it could be seen to be whole, and nothing has to be.
+TEST(LostReply, ThatWasReadToItsEndMayHaveComeInManyFrames)
+{
+   WireBytes message = result(WireBytes().message(wire::kReply, kMethod));
+   message.field(wire::kStruct, 99).stop().stop();
+   std::string frames;
+   for (const char byte : message.bytes())
+      frames += WireBytes().byte(static_cast<uint8_t>(byte)).frame();
+   const auto callWithout = [&](size_t allocation, size_t& count) {
+      Stack stack({frames});
+      FixedStatus status;
+      char** devices = nullptr;
+      {
+         const FailingMalloc failing(allocation);
+         devices = zerovaapi_getRoutableDevices(stack, status);
+         count = failing.count();
+      }
+      zerovaapi_destroyStringArray(devices);
+      EXPECT_EQ(makeNextCall(stack), Next::isRight);
+      return status.code();
+   };
+   size_t count = 0;
+   EXPECT_EQ(callWithout(SIZE_MAX, count), 0);
+   EXPECT_EQ(callWithout(count - 1, count), -52000); // the array of names, which comes last
+}
+
 // Each of these hides that the answer is still to come, or that a part of it is.
 TEST(LostReply, OfAnotherMethodClosesTheConnection)
 {
@@ -289,19 +343,66 @@ TEST(LostReply, ThatGoesOnInTheNextFrameClosesTheConnection)
    }
 }
 
+// A text that goes on in a frame which holds what could be the answer to this call, or to the next.
 TEST(LostReply, WhoseRestLooksLikeAReplyClosesTheConnection)
 {
-   // The text that goes on is what the next call would take for its answer.
-   const std::string trap = i32Reply(kNextMethod, 1).substr(4);
-   const std::string frames = WireBytes()
-                                 .message(wire::kReply, kMethod)
-                                 .field(wire::kList, 0)
-                                 .listHeader(wire::kString, 1)
-                                 .i32(static_cast<int32_t>(kLong.size() + trap.size()))
-                                 .raw(kLong)
-                                 .frame() +
-                              WireBytes().raw(trap).frame() + WireBytes().stop().frame();
-   EXPECT_THAT(nextCallsAfter(frames), ElementsAre(Next::findsTheConnectionClosed));
+   for (const std::string& trap : {i32Reply(kNextMethod, 1).substr(4), reply().bytes()}) {
+      const std::string frames = WireBytes()
+                                    .message(wire::kReply, kMethod)
+                                    .field(wire::kList, 0)
+                                    .listHeader(wire::kString, 1)
+                                    .i32(static_cast<int32_t>(1 + trap.size()))
+                                    .raw("d")
+                                    .frame() +
+                                 WireBytes().raw(trap).frame() + WireBytes().stop().frame();
+      EXPECT_THAT(nextCallsAfter(frames), ElementsAre(Next::findsTheConnectionClosed));
+   }
+}
+
+// The same of a stray message that began behind the answer to the call before.
+TEST(LostReply, InAFrameThatGoesOnWithAnEarlierMessageClosesTheConnection)
+{
+   const std::string trap = reply().bytes();
+   const std::string stray = WireBytes()
+                                .message(wire::kReply, "stray")
+                                .field(wire::kString, 9)
+                                .i32(static_cast<int32_t>(1 + trap.size()))
+                                .raw("d")
+                                .bytes();
+   const std::string early = i32Reply(kNextMethod, kNextAnswer).substr(4) + stray;
+   const std::string rest = WireBytes().raw(trap).frame() + WireBytes().stop().frame();
+   bool failed = true;
+   for (size_t n = 1; failed; ++n) {
+      Stack stack({WireBytes().raw(early).frame(), rest + reply().frame()});
+      ASSERT_EQ(makeNextCall(stack), Next::isRight);
+      FixedStatus status;
+      char** devices = nullptr;
+      {
+         HeapWatch watch;
+         watch.failNth(n);
+         devices = zerovaapi_getRoutableDevices(stack, status);
+         failed = watch.hasFailed();
+      }
+      zerovaapi_destroyStringArray(devices);
+      if (!failed || stack.wire->requests < 2) continue;
+      // Behind the stray one the reply is in a frame of its own, and can be seen to be whole.
+      const Next next = makeNextCall(stack);
+      EXPECT_TRUE(next == Next::findsTheConnectionClosed || next == Next::isRight) << n;
+   }
+}
+
+TEST(LostReply, WithAnotherVersionClosesTheConnection)
+{
+   const WireBytes header = WireBytes().raw("\x80\x02").i16(2).text(kMethod).i32(0);
+   Stack stack({result(header).stop().frame()});
+   FixedStatus status;
+   {
+      HeapWatch watch;
+      watch.failAbove(50);
+      zerovaapi_getRoutableDevices(stack, status);
+   }
+   EXPECT_EQ(status.code(), -52000);
+   EXPECT_EQ(makeNextCall(stack), Next::findsTheConnectionClosed);
 }
 
 TEST(LostReply, BehindAnotherMessageInItsFrameClosesTheConnection)
