@@ -7,7 +7,7 @@
 
 const lorvexlua_Library lorvexlua_libraries[] = {
    {"", luaopen_base},
-   {LUA_LOADLIBNAME, luaopen_package},
+   {LUA_LOADLIBNAME, lorvexlua_openPackage},
    {LUA_TABLIBNAME, luaopen_table},
    {LUA_IOLIBNAME, luaopen_io},
    {LUA_OSLIBNAME, luaopen_os},
