@@ -13,6 +13,8 @@
  * 5. Calls block only for as long as they read files and settings of this machine.
  * 6. lorvex_exported_create may run on any number of threads at once. One translator serves one
  *    call at a time, on any thread; distinct translators share nothing.
+ * 7. The calls run in the default floating-point environment and give the caller's back, so neither
+ *    its rounding nor its traps matter. The host's callbacks see the caller's own.
  *
  * Use:
  *    lorvex_Translator* translator = lorvex_exported_create("dorvex_zerova", settings, &status);
@@ -74,7 +76,9 @@ enum lorvex_Environment
  * nullBlock: always null.
  * length: bytes needed, the NUL included.
  * allocContext: the pointer that the host handed to the description.
- * On failure: returns null and puts an error into status, -52000 for lack of memory. */
+ * On failure: returns null and puts an error into status, -52000 for lack of memory.
+ * It must not throw, nor leave the call in another way. If it does, the description is lost, and the
+ * translator can be used on. */
 typedef char* (*lorvex_AllocString)(void* nullBlock, size_t length, void* allocContext,
                                     quelerr_Status* status);
 
