@@ -1,3 +1,4 @@
+#include "lorvexlua/check_userdata.h"
 #include "lorvexlua/native_modules.h"
 #include "lorvexlua/number_rule.h"
 
@@ -126,7 +127,8 @@ int push(lua_State* L, Integer integer)
 template <class Integer>
 Integer checkValue(lua_State* L, int index)
 {
-   return unpack<Integer>(luaL_checkudata(L, index, IntegerType<Integer>::kName));
+   return unpack<Integer>(
+      lorvexlua_checkUserdata(L, index, IntegerType<Integer>::kName, sizeof(Integer)));
 }
 
 template <class Integer>
@@ -134,7 +136,7 @@ Integer operand(lua_State* L, int index)
 {
    const int type = lua_type(L, index);
    if (type == LUA_TNUMBER) return IntegerType<Integer>::fromNumber(lua_tonumber(L, index));
-   if (type == LUA_TUSERDATA) return checkValue<Integer>(L, index);
+   if (type == LUA_TUSERDATA || type == LUA_TLIGHTUSERDATA) return checkValue<Integer>(L, index);
    luaL_error(L, "%s", IntegerType<Integer>::kBadOperand);
    return 0;
 }

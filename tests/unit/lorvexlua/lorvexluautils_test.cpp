@@ -236,6 +236,25 @@ TEST_F(Utilities, CodeIsNarrowedToItsLow32Bits)
    EXPECT_EQ(call("findErrorDescriptionFromDir", path() + ", 4294967295"), "minus one");
 }
 
+// What only the debug library can reach.
+TEST_F(Utilities, FinaliserOfTheirWorkRefusesWhatIsNone)
+{
+   lua_State* const L = state.L;
+   lua_newuserdata(L, 1);
+   lua_setglobal(L, "small");
+   lua_pushlightuserdata(L, L);
+   lua_setglobal(L, "light");
+   state.run("for name, value in pairs(debug.getregistry()) do\n"
+             "   if name == 'lorvexluautils work' then type = value end end");
+   for (const char* value : {"small", "light"}) {
+      EXPECT_THAT(state.run(std::string("debug.setmetatable(") + value + ", type)\n" +
+                            "return pcall(type.__gc, " + value + ")"),
+                  StartsWith("false bad argument #1 to '?' (lorvexluautils work expected"))
+         << value;
+      state.run(std::string("debug.setmetatable(") + value + ", nil)");
+   }
+}
+
 TEST_F(Utilities, LackOfMemoryInAnyPlaceIsALuaErrorAndLosesNothing)
 {
    folder.write("English/a.txt", entry("-1", "\xE9 words"));
