@@ -16,13 +16,17 @@
  * 7. The calls run in the default floating-point environment and give the caller's back, so neither
  *    its rounding nor its traps matter. The host's callbacks see the caller's own.
  *
+ * A failure is told in full by two descriptions: that of its code, and that of its json.
+ *
  * Use:
+ *    const uint32_t german = LORVEX_LANG_AND_ADE(lorvex_languageGerman, lorvex_environmentNone);
  *    lorvex_Translator* translator = lorvex_exported_create("dorvex_zerova", settings, &status);
  *    if (translator) {
- *       char* text = translator->getDynamicDesc(translator, failed.json, LORVEX_LANG_AND_ADE(
- *                       lorvex_languageGerman, lorvex_environmentNone), "json1", allocate, NULL,
- *                       &status);
- *       ... show and free text, which may be null ...
+ *       char* sentence = translator->getStaticDesc(translator, (uint32_t)failed.code, german,
+ *                                                  allocate, NULL, &status);
+ *       char* details = translator->getDynamicDesc(translator, failed.json, german, "json1",
+ *                                                  allocate, NULL, &status);
+ *       ... show and free the texts; each may be null ...
  *       translator->destroy(translator);
  *    }
  */
@@ -93,7 +97,8 @@ struct lorvex_Translator
     * nothing. */
    void (*destroy)(lorvex_Translator* self);
 
-   /* Describes a bare status code.
+   /* Describes a bare status code: the sentence that stands in the error description files. Says
+    * nothing of what the status's json holds.
     *
     * code: the signed status code, as its 32 bits.
     * langAndAde: see LORVEX_LANG_AND_ADE; hints. A language or text that is not there is replaced.
@@ -105,9 +110,11 @@ struct lorvex_Translator
                           lorvex_AllocString allocString, void* allocContext,
                           quelerr_Status* status);
 
-   /* Describes a status JSON. The field is null in a translator of bare codes only.
+   /* Describes a status JSON. Says nothing of the status's code. The field is null in a translator
+    * of bare codes only.
     *
-    * errJson: the json of a failed status.
+    * errJson: the json of a failed status. Bound the length of one whose service is not trusted: the
+    *    time can grow with its square.
     * langAndAde, allocString, allocContext: as above.
     * format: of the result; "json1" gives a JSON object.
     * Returns the description in memory of allocString, owned by the host, or null on failure and
