@@ -15,6 +15,9 @@
  *    call at a time, on any thread; distinct translators share nothing.
  * 7. The calls run in the default floating-point environment and give the caller's back, so neither
  *    its rounding nor its traps matter. The host's callbacks see the caller's own.
+ * 8. A call needs 16 KiB of stack at most, and getDynamicDesc 112 KiB for the deepest document that
+ *    it takes (1000 levels); what the host's callbacks need comes on top, and so does what a script
+ *    module of a driver needs beyond the library's own.
  *
  * A failure is told in full by two descriptions: that of its code, and that of its json.
  *
