@@ -188,6 +188,15 @@ TEST_F(DefaultTranslator, ALanguageThatDoesNotExistIsEnglish)
    EXPECT_EQ(describe(2, 77), undescribed(2));
 }
 
+TEST_F(DefaultTranslator, TheLanguageIsWhatAllEightBitsSay)
+{
+   write("German/a.txt", document(entry(1, "eins")));
+   write("English/a.txt", document(entry(1, "one")));
+   for (const uint32_t lang : {2u + 16u, 2u + 32u, 2u + 64u, 2u + 128u})
+      EXPECT_EQ(describe(1, lang), described("one")) << lang;
+   EXPECT_EQ(describe(1, 2u + 256u), described("eins")) << "the environment";
+}
+
 TEST_F(DefaultTranslator, AMissingFolderOfTheLanguageIsNotTold)
 {
    write("English/a.txt", document(entry(1, "one")));
