@@ -14,7 +14,8 @@
  * 6. lorvex_exported_create may run on any number of threads at once. One translator serves one
  *    call at a time, on any thread; distinct translators share nothing.
  * 7. The calls run in the default floating-point environment and give the caller's back, so neither
- *    its rounding nor its traps matter. The host's callbacks see the caller's own.
+ *    its rounding nor its traps matter. The host's callbacks see the caller's own. No locale, of
+ *    the process or of a thread, changes a description or a number in a registration.
  * 8. A call needs 16 KiB of stack at most, and getDynamicDesc 112 KiB for the deepest document that
  *    it takes (1000 levels); what the host's callbacks need comes on top, and so does what a script
  *    module of a driver needs beyond the library's own.

@@ -149,6 +149,19 @@ TEST_F(Stdint, TextWithoutANumberIsRefusedByBoth)
    EXPECT_EQ(u64("'abc'"), "error: test:1: Unable to parse a number out of \"abc\"");
    EXPECT_EQ(i64("''"), "error: test:1: Unable to parse a number out of \"\"");
    EXPECT_EQ(i64("'-'"), "error: test:1: Unable to parse a number out of \"-\"");
+   EXPECT_EQ(i64("'- 1'"), "error: test:1: Unable to parse a number out of \"- 1\"");
+   EXPECT_EQ(u64("' '"), "error: test:1: Unable to parse a number out of \" \"");
+   EXPECT_EQ(u64("' abc'"), "error: test:1: Unable to parse a number out of \" abc\"");
+}
+
+// White space in some code pages.
+TEST_F(Stdint, WhiteSpaceInFrontIsThatOfTheLocaleC)
+{
+   EXPECT_EQ(i64("' \\t\\n\\v\\f\\r-5'"), "-5");
+   for (const char* character : {"\\133", "\\160"}) {
+      EXPECT_THAT(u64(std::string("'") + character + "5'"), HasSubstr("Unable to parse"));
+      EXPECT_THAT(i64(std::string("'") + character + "5'"), HasSubstr("Unable to parse"));
+   }
 }
 
 TEST_F(Stdint, NumericStringIsParsedAsTextAndNotAsANumber)
