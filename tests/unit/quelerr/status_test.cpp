@@ -2,6 +2,7 @@
 
 #include "quelerr/json_text.h"
 #include "refusing_status.h"
+#include "support/nothing_left.h"
 
 #include <gtest/gtest.h>
 
@@ -164,6 +165,25 @@ TEST_F(Status, AdoptWithDifferentResizeCopiesTheText)
    EXPECT_EQ(source.code, -52005);
 }
 
+TEST_F(Status, AdoptGivesTheBufferOfTheDestinationBack)
+{
+   const NoBlockLeft noBlock;
+   for (const bool hasText : {true, false}) {
+      quelerr_Status destination;
+      quelerr_Status source;
+      quelerr_Status_init(&destination);
+      quelerr_Status_init(&source);
+      destination.code = 7;
+      quelerr_Status_setJson(&destination, "{\"w\":1}");
+      source.code = -52005;
+      if (hasText) quelerr_Status_setJson(&source, kSiteJson);
+      EXPECT_TRUE(quelerr_Status_adopt(&destination, &source));
+      EXPECT_EQ(destination.json != nullptr, hasText);
+      quelerr_Status_release(&destination);
+      quelerr_Status_release(&source);
+   }
+}
+
 TEST_F(Status, AdoptThatLosesChangesNeither)
 {
    quelerr_Status_setWithSite(&status, -52005, kSite);
@@ -252,6 +272,32 @@ TEST_F(Status, SetJsonNeedsRoomForTerminatorAndSentinel)
    const std::string tooLong(511, ' ');
    quelerr_Status_setJson(&status, tooLong.c_str());
    EXPECT_EQ(status.capacity, 1024u);
+}
+
+TEST_F(Status, TextThatJustFitsAsksForNoBuffer)
+{
+   RefusingStatus record(1);
+   quelerr_Status_setJson(&record, nullptr);
+   const std::string fits = "{" + std::string(508, ' ') + "}";
+   EXPECT_NE(quelerr_Status_setJson(&record, fits.c_str()), nullptr);
+   EXPECT_EQ(record.json, fits);
+   EXPECT_EQ(record.calls, 1);
+   EXPECT_EQ(bufferFault(record), "");
+   EXPECT_EQ(quelerr_Status_setJson(&record, (fits + " ").c_str()), nullptr);
+   EXPECT_EQ(record.calls, 2);
+}
+
+TEST_F(Status, WriterOnTheLeastBufferAsksForNone)
+{
+   char text[] = {'{', '}', 0, kJsonSentinel};
+   status.json = text;
+   status.capacity = sizeof text;
+   status.resize = [](quelerr_Status*, uint32_t) { return false; };
+   quelerr_JsonWriter writer;
+   quelerr_Status_beginWriter(&writer, &status);
+   EXPECT_EQ(writer.position, text + 1);
+   status.json = nullptr;
+   status.capacity = 0;
 }
 
 TEST_F(Status, SetJsonWithARefusingResizeReturnsNull)
