@@ -13,14 +13,24 @@
  * 5. Calls block only for as long as they read files and settings of this machine.
  * 6. lorvex_exported_create may run on any number of threads at once. One translator serves one
  *    call at a time, on any thread; distinct translators share nothing.
+ * 7. The calls run in the default floating-point environment and give the caller's back, so neither
+ *    its rounding nor its traps matter. The host's callbacks see the caller's own. No locale, of
+ *    the process or of a thread, changes a description or a number in a registration.
+ * 8. A call needs 16 KiB of stack at most, and getDynamicDesc 112 KiB for the deepest document that
+ *    it takes (1000 levels); what the host's callbacks need comes on top, and so does what a script
+ *    module of a driver needs beyond the library's own.
+ *
+ * A failure is told in full by two descriptions: that of its code, and that of its json.
  *
  * Use:
+ *    const uint32_t german = LORVEX_LANG_AND_ADE(lorvex_languageGerman, lorvex_environmentNone);
  *    lorvex_Translator* translator = lorvex_exported_create("dorvex_zerova", settings, &status);
  *    if (translator) {
- *       char* text = translator->getDynamicDesc(translator, failed.json, LORVEX_LANG_AND_ADE(
- *                       lorvex_languageGerman, lorvex_environmentNone), "json1", allocate, NULL,
- *                       &status);
- *       ... show and free text, which may be null ...
+ *       char* sentence = translator->getStaticDesc(translator, (uint32_t)failed.code, german,
+ *                                                  allocate, NULL, &status);
+ *       char* details = translator->getDynamicDesc(translator, failed.json, german, "json1",
+ *                                                  allocate, NULL, &status);
+ *       ... show and free the texts; each may be null ...
  *       translator->destroy(translator);
  *    }
  */
@@ -74,7 +84,9 @@ enum lorvex_Environment
  * nullBlock: always null.
  * length: bytes needed, the NUL included.
  * allocContext: the pointer that the host handed to the description.
- * On failure: returns null and puts an error into status, -52000 for lack of memory. */
+ * On failure: returns null and puts an error into status, -52000 for lack of memory.
+ * It must not throw, nor leave the call in another way. If it does, the description is lost, and the
+ * translator can be used on. */
 typedef char* (*lorvex_AllocString)(void* nullBlock, size_t length, void* allocContext,
                                     quelerr_Status* status);
 
@@ -89,7 +101,8 @@ struct lorvex_Translator
     * nothing. */
    void (*destroy)(lorvex_Translator* self);
 
-   /* Describes a bare status code.
+   /* Describes a bare status code: the sentence that stands in the error description files. Says
+    * nothing of what the status's json holds.
     *
     * code: the signed status code, as its 32 bits.
     * langAndAde: see LORVEX_LANG_AND_ADE; hints. A language or text that is not there is replaced.
@@ -101,9 +114,11 @@ struct lorvex_Translator
                           lorvex_AllocString allocString, void* allocContext,
                           quelerr_Status* status);
 
-   /* Describes a status JSON. The field is null in a translator of bare codes only.
+   /* Describes a status JSON. Says nothing of the status's code. The field is null in a translator
+    * of bare codes only.
     *
-    * errJson: the json of a failed status.
+    * errJson: the json of a failed status. Bound the length of one whose service is not trusted: the
+    *    time can grow with its square.
     * langAndAde, allocString, allocContext: as above.
     * format: of the result; "json1" gives a JSON object.
     * Returns the description in memory of allocString, owned by the host, or null on failure and

@@ -34,6 +34,10 @@ void addInvalidLanguage(quelerr_Status* status, int32_t lang)
 
 } // namespace
 
+// The two look-ups report as the files to which they belong, the parser of the error files and the
+// conversion of their texts; only the table that they share stands here. Reports are read by those
+// names.
+
 const char* lorvex_convertLangToDir(int32_t lang, quelerr_Status* status)
 {
    if (status->code < 0) return "";

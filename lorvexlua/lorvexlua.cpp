@@ -1,5 +1,6 @@
 #include "lorvexlua/lorvexlua.h"
 
+#include "lorvexlua/protected_call.h"
 #include "lorvexlua/state.h"
 #include "quelerr/allocator.h"
 
@@ -12,7 +13,7 @@ void destroy(lorvex_Translator* self) noexcept
 {
    if (!self) return;
    lua_State* const state = reinterpret_cast<lorvexlua_Translator*>(self)->state;
-   if (state) lua_close(state);
+   if (state) lorvexlua_close(state);
    quelerr_free(self);
 }
 

@@ -2,6 +2,7 @@
 #include "lorvex/utils_mbs.h"
 #include "lorvex/variables.h"
 #include "lorvex/xmErrorsParser.h"
+#include "lorvexlua/check_userdata.h"
 #include "lorvexlua/native_modules.h"
 #include "lorvexlua/state.h"
 
@@ -25,7 +26,7 @@ void releaseWork(Work* work)
 
 int collectWork(lua_State* L)
 {
-   releaseWork(static_cast<Work*>(luaL_checkudata(L, 1, kWorkType)));
+   releaseWork(static_cast<Work*>(lorvexlua_checkUserdata(L, 1, kWorkType, sizeof(Work))));
    return 0;
 }
 

@@ -8,6 +8,10 @@
 
 #include <lua.hpp>
 
+// The package library with a require of ours: a module that failed while it ran is tried again when
+// it is next required.
+int lorvexlua_openPackage(lua_State* L);
+
 // LuaFileSystem, which by itself leaves its global alone: require("lfs") finds it, too.
 int lorvexlua_openLfs(lua_State* L);
 

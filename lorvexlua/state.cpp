@@ -1,13 +1,14 @@
 #include "lorvexlua/state.h"
 
 #include "lorvexlua/native_modules.h"
+#include "lorvexlua/protected_call.h"
 
-#include <cstdio>
+#include <cstring>
 #include <iterator>
 
 const lorvexlua_Library lorvexlua_libraries[] = {
    {"", luaopen_base},
-   {LUA_LOADLIBNAME, luaopen_package},
+   {LUA_LOADLIBNAME, lorvexlua_openPackage},
    {LUA_TABLIBNAME, luaopen_table},
    {LUA_IOLIBNAME, luaopen_io},
    {LUA_OSLIBNAME, luaopen_os},
@@ -69,7 +70,7 @@ void openLibraries(lua_State* L, const lorvexlua_Contents& contents, quelerr_Sta
 {
    for (size_t i = 0; i < contents.libraryCount && status->code >= 0; ++i) {
       LibraryRequest request{&contents.libraries[i], false};
-      const int failure = lua_cpcall(L, openLibrary, &request);
+      const int failure = lorvexlua_callProtected(L, openLibrary, &request);
       if (failure == 0) continue;
       if (LORVEXLUA_REPORT(status, tamrixerr_softwareFaultTAMRIXInternalUseOnly)) {
          quelerr_JsonWriter writer;
@@ -98,7 +99,7 @@ void addModules(lua_State* L, const lorvexlua_Contents& contents, quelerr_Status
 {
    if (status->code < 0) return;
    ModulesRequest request{&contents, 0};
-   int failure = lua_cpcall(L, installModules, &request);
+   int failure = lorvexlua_callProtected(L, installModules, &request);
    if (failure == 0 && request.result != 0) {
       // The loader has told the message on standard error and left none here.
       failure = request.result;
@@ -148,9 +149,9 @@ void setUp(lua_State* L, const char* name, const char* registrationInfo, quelerr
 {
    if (status->code < 0) return;
    SetupRequest request{name, registrationInfo};
-   int failure = lua_cpcall(L, setUpEnvironment, &request);
+   int failure = lorvexlua_callProtected(L, setUpEnvironment, &request);
    // Last, so the top level of a client module cannot call it yet.
-   if (failure == 0) failure = lua_cpcall(L, registerUnmapErrorCode, nullptr);
+   if (failure == 0) failure = lorvexlua_callProtected(L, registerUnmapErrorCode, nullptr);
    if (failure == 0) return;
    if (LORVEXLUA_REPORT(status, tamrixerr_softwareFaultTAMRIXInternalUseOnly)) {
       quelerr_JsonWriter writer;
@@ -159,6 +160,22 @@ void setUp(lua_State* L, const char* name, const char* registrationInfo, quelerr
       if (registrationInfo)
          quelerr_JsonWriter_addString(&writer, "registrationInfo", registrationInfo);
    }
+}
+
+struct NumberText
+{
+   lua_Number number;
+   char text[LUAI_MAXNUMBER2STR];
+};
+
+int writeNumber(lua_State* L)
+{
+   auto* const request = static_cast<NumberText*>(lua_touserdata(L, 1));
+   lua_pushnumber(L, request->number);
+   size_t length = 0;
+   const char* const text = lua_tolstring(L, -1, &length);
+   std::memcpy(request->text, text, length + 1);
+   return 0;
 }
 
 } // namespace
@@ -192,10 +209,13 @@ void lorvexlua_addFailure(quelerr_JsonWriter* writer, quelerr_Status* status, lu
    if (lua_type(L, -1) == LUA_TSTRING) {
       quelerr_JsonWriter_addString(writer, "string", lua_tostring(L, -1));
    } else if (lua_type(L, -1) == LUA_TNUMBER) {
-      // Lua's own conversion allocates, and outside a protected call that can end the process.
-      char text[LUAI_MAXNUMBER2STR];
-      std::snprintf(text, sizeof text, LUA_NUMBER_FMT, lua_tonumber(L, -1));
-      quelerr_JsonWriter_addString(writer, "string", text);
+      // The interpreter writes it, and allocates for that, so it happens in a protected call; the
+      // member is left out when there is no memory.
+      NumberText request{lua_tonumber(L, -1), ""};
+      if (lorvexlua_callProtected(L, writeNumber, &request) == 0)
+         quelerr_JsonWriter_addString(writer, "string", request.text);
+      else
+         lua_pop(L, 1);
    }
    quelerr_JsonWriter_leaveObject(writer);
    quelerr_JsonWriter_addObject(writer, "lorvexlua_debug");

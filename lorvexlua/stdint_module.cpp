@@ -1,3 +1,4 @@
+#include "lorvexlua/check_userdata.h"
 #include "lorvexlua/native_modules.h"
 #include "lorvexlua/number_rule.h"
 
@@ -7,6 +8,14 @@
 
 // The two types are one design. What differs between them stands here.
 namespace {
+
+// The text behind what sscanf would skip, which it asks the host's locale for; null if no number can
+// begin there.
+const char* beginningOfNumber(const char* text)
+{
+   text += std::strspn(text, " \t\n\v\f\r");
+   return *text != '\0' && std::strchr("+-0123456789", *text) ? text : nullptr;
+}
 
 template <class Integer>
 struct IntegerType;
@@ -126,7 +135,8 @@ int push(lua_State* L, Integer integer)
 template <class Integer>
 Integer checkValue(lua_State* L, int index)
 {
-   return unpack<Integer>(luaL_checkudata(L, index, IntegerType<Integer>::kName));
+   return unpack<Integer>(
+      lorvexlua_checkUserdata(L, index, IntegerType<Integer>::kName, sizeof(Integer)));
 }
 
 template <class Integer>
@@ -134,7 +144,7 @@ Integer operand(lua_State* L, int index)
 {
    const int type = lua_type(L, index);
    if (type == LUA_TNUMBER) return IntegerType<Integer>::fromNumber(lua_tonumber(L, index));
-   if (type == LUA_TUSERDATA) return checkValue<Integer>(L, index);
+   if (type == LUA_TUSERDATA || type == LUA_TLIGHTUSERDATA) return checkValue<Integer>(L, index);
    luaL_error(L, "%s", IntegerType<Integer>::kBadOperand);
    return 0;
 }
@@ -148,8 +158,9 @@ int construct(lua_State* L)
    if (type == LUA_TNUMBER) return push(L, IntegerType<Integer>::fromNumber(lua_tonumber(L, 1)));
    if (type != LUA_TSTRING) return luaL_error(L, "%s", IntegerType<Integer>::kBadArgument);
    const char* const text = lua_tostring(L, 1);
+   const char* const digits = beginningOfNumber(text);
    Integer integer = 0;
-   if (!IntegerType<Integer>::parse(text, integer))
+   if (!digits || !IntegerType<Integer>::parse(digits, integer))
       return luaL_error(L, "Unable to parse a number out of \"%s\"", text);
    return push(L, integer);
 }

@@ -18,6 +18,14 @@ bool overwrites(int32_t held, int32_t next)
    return (held == 0 && next != 0) || (held > 0 && next < 0);
 }
 
+// Whether the buffer has needed bytes, after asking for them. A resize function that grants fewer than
+// it was asked for breaks its contract; its buffer is as good as none.
+bool hasCapacity(quelerr_Status* status, uint32_t needed)
+{
+   if (status->capacity < needed && !status->resize(status, needed)) return false;
+   return status->json && status->capacity >= needed;
+}
+
 void resetText(quelerr_Status* status)
 {
    if (status->json) quelerr_Status_setJson(status, nullptr);
@@ -115,8 +123,7 @@ char* quelerr_Status_setJson(quelerr_Status* status, const char* text)
    const size_t length = std::strlen(text);
    if (length > kMaxCapacity - 2) return nullptr;
    const uint32_t needed = static_cast<uint32_t>(length) + 2;
-   if (status->capacity < needed && !status->resize(status, needed)) return nullptr;
-   if (!status->json) return nullptr;
+   if (!hasCapacity(status, needed)) return nullptr;
    return quelerr_json_resetBuffer(status->json, status->capacity, text);
 }
 
@@ -127,9 +134,9 @@ char* quelerr_Status_growJson(char* position, void* context)
    // 2C - 2 keeps power-of-two buffers on their track: 512 asks for 1022 and is given 1024. The
    // unsigned wrap refuses 0 and 1; the second test refuses what would wrap back into range.
    if (2 * held - 4 > kMaxCapacity - 2 || held > 0x40000000) return nullptr;
-   const uint32_t wanted = 2 * held - 2;
+   if (!status->json) return nullptr;
    const ptrdiff_t offset = position - status->json;
-   if (held < wanted && !status->resize(status, wanted)) return nullptr;
+   if (!hasCapacity(status, 2 * held - 2)) return nullptr;
    if (!quelerr_json_findEnd(status->json)) return nullptr;
    return status->json + offset;
 }
@@ -137,8 +144,7 @@ char* quelerr_Status_growJson(char* position, void* context)
 void quelerr_Status_beginWriter(quelerr_JsonWriter* writer, quelerr_Status* status)
 {
    *writer = quelerr_JsonWriter{nullptr, quelerr_Status_growJson, status};
-   if (status->capacity < kLeastCapacity && !status->resize(status, kLeastCapacity)) return;
-   if (status->json) writer->position = quelerr_json_findEnd(status->json);
+   if (hasCapacity(status, kLeastCapacity)) writer->position = quelerr_json_findEnd(status->json);
 }
 
 void quelerr_Status_appendPair(quelerr_Status* status, const char* key, const char* value)

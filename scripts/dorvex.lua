@@ -29,18 +29,8 @@ local function threeLetterName(lang)
    return dorvex.ThreeLetterLngStrings[lang + 1] or "zzz"
 end
 
--- A module whose loading ran out of memory stays marked as being loaded, and would be refused for as
--- long as the translator lives.
-local function protectedRequire(name)
-   local loaded, module = pcall(require, name)
-   if module == "not enough memory" then
-      package.loaded[name] = nil
-   end
-   return loaded, module
-end
-
 local function tryRequire(name)
-   local loaded, module = protectedRequire(name)
+   local loaded, module = pcall(require, name)
    return loaded and module or nil
 end
 
@@ -114,7 +104,7 @@ local function loadAttributeTable(driverName, lng, ade, adeName)
    attr_table = nil
    for _, name in ipairs(names) do
       attribute_table_name = name
-      success, attr_table = protectedRequire(name)
+      success, attr_table = pcall(require, name)
       if success then
          return
       end
@@ -125,10 +115,10 @@ end
 
 local function loadTerms(lng)
    common_terms_name = "commonTerms_" .. lng
-   success, common_terms = protectedRequire(common_terms_name)
+   success, common_terms = pcall(require, common_terms_name)
    if not success and lng ~= "eng" then
       common_terms_name = "commonTerms_eng"
-      success, common_terms = protectedRequire(common_terms_name)
+      success, common_terms = pcall(require, common_terms_name)
    end
    if not success then
       common_terms = nil

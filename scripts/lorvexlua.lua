@@ -33,7 +33,7 @@ function lorvexlua_setupEnv(name, registrationInfo)
    else
       package.path = searchPath(registration.lorvexlua_path)
    end
-   -- No script loads native code.
+   -- require finds no native module.
    package.cpath = ""
    -- In this order: the top level of a client module sees no settings yet.
    lorvexlua_xlator = require(registration.lorvexlua_xlator)

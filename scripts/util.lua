@@ -1,7 +1,8 @@
 local cjson = require "cjson"
 
--- Support functions for trying the codec by hand. Used where the codec's package does not bring its
--- own text of this name; no script of the translator needs it.
+-- Support functions for trying the codec by hand, under the names of the codec's own support module. No
+-- script of the translator needs them, and a translator's state, where the codec cannot be required,
+-- does not load them.
 
 local maxDepth = 50
 local passed, total = 0, 0

@@ -3,6 +3,7 @@
 #include "lorvex_translator.h"
 #include "service/json_check.h"
 #include "support/failing_malloc.h"
+#include "support/open_descriptors.h"
 #include "support/scratch_folder.h"
 
 #include <gmock/gmock.h>
@@ -134,6 +135,7 @@ TEST_P(TranslatorWithoutMemory, IsNotMadeWhicheverAllocationFails)
    constexpr size_t kEachOne = 1000;
    constexpr size_t kStep = 41;
    testing::internal::CaptureStderr(); // where scripts that cannot be compiled are told
+   const size_t descriptors = openDescriptors();
    bool failed = true;
    for (size_t index = 0; failed; index += index < kEachOne ? 1 : kStep) {
       SCOPED_TRACE(index);
@@ -145,6 +147,7 @@ TEST_P(TranslatorWithoutMemory, IsNotMadeWhicheverAllocationFails)
       if (translator) translator->destroy(translator);
       const Held after = held();
       EXPECT_EQ(after, before);
+      EXPECT_EQ(openDescriptors(), descriptors);
       EXPECT_EQ(isMade, !failed);
       // No memory for the object itself is a silent null.
       const bool isTold = index == 0 ? status.code() == 0 : tellsOfMemory(status);
@@ -168,6 +171,7 @@ void TranslatorWithoutMemory::failEachAllocation(const Operation& operation) con
       EXPECT_NE(operation.ask(reference, &expected, status), nullptr) << status.text();
    }
    reference->destroy(reference);
+   const size_t descriptors = openDescriptors();
    bool failed = true;
    size_t failures = 0;
    for (size_t index = 0; failed; ++index) {
@@ -179,6 +183,7 @@ void TranslatorWithoutMemory::failEachAllocation(const Operation& operation) con
       char* text = nullptr;
       failed =
          attempt(index, then, [&] { text = operation.ask(translator, &host, status); }).failed;
+      EXPECT_EQ(openDescriptors(), descriptors);
       HostText hostAgain;
       FixedStatus again;
       const char* const textAgain = operation.ask(translator, &hostAgain, again);

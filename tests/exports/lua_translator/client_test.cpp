@@ -301,6 +301,59 @@ TEST_F(ClientAnswers, GlobalsThatRaiseAreAScriptFailure)
    EXPECT_EQ(status("v.internal_error.string"), "no lorvexlua_errHandler");
 }
 
+// A callback may not do this; the translator survives it all the same. More often than calls may
+// nest, so that nothing of a call is left.
+TEST_F(ClientAnswers, AllocatorThatThrowsLeavesTheTranslatorUsable)
+{
+   struct Refused
+   {
+   };
+   const lorvex_AllocString refuse = [](void*, size_t, void*, quelerr_Status*) -> char* {
+      throw Refused();
+   };
+   answer("'words ' .. 0.5");
+   for (int i = 0; i < 300; ++i) {
+      EXPECT_THROW(translator->getStaticDesc(translator, 0, 0, refuse, nullptr, &status), Refused);
+      EXPECT_THROW(
+         translator->getDynamicDesc(translator, "{}", 0, "json1", refuse, nullptr, &status),
+         Refused);
+   }
+   EXPECT_EQ(status.code, 0);
+   EXPECT_EQ(staticDesc(0), "words 0.5");
+   EXPECT_EQ(dynamicDesc("{}"), "words 0.5");
+}
+
+TEST_F(ClientAnswers, StatusThatThrowsLeavesTheTranslatorUsable)
+{
+   struct Refused
+   {
+   };
+   const quelerr_Status_Resize refuse = [](quelerr_Status*, uint32_t capacity) -> bool {
+      if (capacity > 0) throw Refused();
+      return true;
+   };
+   createWithClient("local function run(first)\n"
+                    "   if first == 1 then error('x') end\n"
+                    "   return first == 'code' and -5 or 'words'\n"
+                    "end\n"
+                    "return {getStaticDesc = run, getDynamicDesc = run}");
+   for (int i = 0; i < 300; ++i) {
+      HostStatus failing;
+      HostStatus answered;
+      failing.resize = answered.resize = refuse;
+      EXPECT_THROW(
+         translator->getStaticDesc(translator, 1, 0, HostMemory::allocate, &memory, &failing),
+         Refused);
+      EXPECT_THROW(translator->getDynamicDesc(translator, "code", 0, "json1", HostMemory::allocate,
+                                              &memory, &answered),
+                   Refused);
+      EXPECT_EQ(failing.code, -52003);
+      EXPECT_EQ(answered.code, -5);
+   }
+   EXPECT_EQ(staticDesc(0), "words");
+   EXPECT_EQ(dynamicDesc("{}"), "words");
+}
+
 TEST_F(ClientAnswers, ObjectStaysUsableAfterEveryFailure)
 {
    createWithClient("local M = {}\n"

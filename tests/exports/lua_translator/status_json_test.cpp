@@ -401,6 +401,17 @@ TEST_F(Attributes, TablesAreTriedFromTheMostToTheLeastParticular)
    EXPECT_EQ(shortName(LORVEX_LANG_AND_ADE(9, 0)), "eng");
 }
 
+TEST_F(Attributes, TableOfNoEnvironmentIsNotTried)
+{
+   const uint32_t german = LORVEX_LANG_AND_ADE(lorvex_languageGerman, lorvex_environmentNone);
+   writeTable("deu_none");
+   writeTable("eng_none");
+   EXPECT_EQ(shortName(german), "0x0000000A");
+   writeTable("deu");
+   createWithSettings(R"("driverName":"zerova")");
+   EXPECT_EQ(shortName(german), "deu");
+}
+
 TEST_F(Attributes, WithoutADriversNameNoTableIsTried)
 {
    writeTable("eng");

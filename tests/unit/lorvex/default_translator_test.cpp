@@ -2,6 +2,7 @@
 
 #include "error_files.h"
 #include "support/failing_malloc.h"
+#include "support/nothing_left.h"
 #include "support/scratch_folder.h"
 #include "support/settings_tree.h"
 
@@ -41,7 +42,8 @@ struct Host
          quelerr_Status_setCode(status, host.failure);
          return nullptr;
       }
-      host.block.emplace(length, '#');
+      if (!host.block) host.block.emplace();
+      host.block->assign(length, '#');
       return host.block->data();
    }
 };
@@ -98,15 +100,36 @@ protected:
 
    Description describe(uint32_t code, uint32_t langAndAde, int32_t heldCode = 0)
    {
+      host_.block.emplace().reserve(100000); // which is not to count below
       OwnedStatus status(heldCode);
-      lorvex_Translator* const translator =
-         lorvex_defaultTranslator_create("any name", "any text", &status);
-      char* const text = translator ? translator->getStaticDesc(translator, code, langAndAde,
-                                                                Host::allocate, &host_, &status)
-                                    : nullptr;
+      char* const text = askFor(code, langAndAde, &status);
       EXPECT_TRUE(!text || host_.length == std::strlen(text) + 1);
-      return {text ? std::optional<std::string>(text) : std::nullopt, status.code,
-              withoutLine(status.text())};
+      Description description{text ? std::optional<std::string>(text) : std::nullopt, status.code,
+                              withoutLine(status.text())};
+      expectThatNothingIsLeftBy(code, langAndAde, heldCode);
+      return description;
+   }
+
+   // Asks once more, so that what is made once for the process is there.
+   void expectThatNothingIsLeftBy(uint32_t code, uint32_t langAndAde, int32_t heldCode)
+   {
+      const size_t calls = host_.calls;
+      {
+         const NoDescriptorLeft noDescriptor;
+         const NoBlockLeft noBlock;
+         OwnedStatus status(heldCode);
+         askFor(code, langAndAde, &status);
+      }
+      host_.calls = calls;
+   }
+
+   char* askFor(uint32_t code, uint32_t langAndAde, quelerr_Status* status)
+   {
+      lorvex_Translator* const translator =
+         lorvex_defaultTranslator_create("any name", "any text", status);
+      return translator ? translator->getStaticDesc(translator, code, langAndAde, Host::allocate,
+                                                    &host_, status)
+                        : nullptr;
    }
 
    const ScratchFolder folder_;
@@ -186,6 +209,15 @@ TEST_F(DefaultTranslator, ALanguageThatDoesNotExistIsEnglish)
    EXPECT_EQ(describe(1, 6), described("one"));
    EXPECT_EQ(describe(1, 255), described("one"));
    EXPECT_EQ(describe(2, 77), undescribed(2));
+}
+
+TEST_F(DefaultTranslator, TheLanguageIsWhatAllEightBitsSay)
+{
+   write("German/a.txt", document(entry(1, "eins")));
+   write("English/a.txt", document(entry(1, "one")));
+   for (const uint32_t lang : {2u + 16u, 2u + 32u, 2u + 64u, 2u + 128u})
+      EXPECT_EQ(describe(1, lang), described("one")) << lang;
+   EXPECT_EQ(describe(1, 2u + 256u), described("eins")) << "the environment";
 }
 
 TEST_F(DefaultTranslator, AMissingFolderOfTheLanguageIsNotTold)

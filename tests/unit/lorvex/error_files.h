@@ -4,6 +4,7 @@
 
 #include "lorvex/xmErrorsParser.h"
 
+#include "support/nothing_left.h"
 #include "support/owned.h"
 
 #include <ostream>
@@ -79,10 +80,21 @@ inline std::string withoutLine(const std::string& json)
 template <typename Run>
 Search resultOf(Run run)
 {
-   OwnedString description("left from before");
-   OwnedStatus status;
-   run(&description, &status);
-   return {description.text(), status.code, withoutLine(status.text())};
+   std::string text;
+   std::string json;
+   int32_t code = 0;
+   text.reserve(100000);
+   json.reserve(100000);
+   {
+      const NoBlockLeft nothing;
+      OwnedString description("left from before");
+      OwnedStatus status;
+      run(&description, &status);
+      if (description.data) text.assign(description.data, description.length);
+      if (status.json) json.assign(status.json);
+      code = status.code;
+   }
+   return {text, code, withoutLine(json)};
 }
 
 inline Search searchFile(const std::string& path, int32_t code)

@@ -49,6 +49,23 @@ Search failedToName(const std::string& folder)
 
 } // namespace
 
+TEST_F(ErrorsFolder, NoSearchLeavesADescriptorOpen)
+{
+   folder_.write("English/a.txt", document(entry(1, "one")));
+   folder_.write("French/a.txt", document(entry("x", "bad")));
+   folder_.write("a.txt", document(entry(2, "two")));
+   const NoDescriptorLeft noDescriptor;
+   for (int32_t lang = 0; lang <= 6; ++lang)
+      for (const int32_t code : {1, 2, 3})
+         searchErrorsFolder(folder_.path(), code, lang);
+   searchFolder(folder_.path("English"), 1);
+   searchFolder(folder_.path("missing"), 1);
+   searchFile(folder_.path("a.txt"), 3);
+   searchFile(folder_.path("French/a.txt"), 3);
+   searchFile(folder_.path("missing.txt"), 1);
+   searchFile(folder_.path(), 1);
+}
+
 TEST_F(ErrorFolder, TheFilesWithTheTwoExtensionsAreSearched)
 {
    folder_.write("one.txt", document(entry(1, "one")));

@@ -80,9 +80,26 @@ TEST(ScanInteger, TakesTheNearestNumberOf64BitsForOneBeyond)
    EXPECT_EQ(scan(std::string(1000, '9')), -1);
    EXPECT_EQ(scan("-9223372036854775808"), 0);
    EXPECT_EQ(scan("-" + std::string(1000, '9')), 0);
+   EXPECT_EQ(scan("9223372036854775808"), -1);
+   EXPECT_EQ(scan("0x8000000000000000"), -1);
+   EXPECT_EQ(scan("-9223372036854775809"), 0);
+   EXPECT_EQ(scan("0x10000000000000000"), -1);
 }
 
-// The one way in which the standard scanner of this system differs is a "0x" without digits.
+// Each of them is a number of 64 bits whose low 32 are not those of the nearest limit.
+TEST(ScanInteger, ReadsNumbersJustBelowTheLimitsToTheirLastDigit)
+{
+   EXPECT_EQ(scan("0x7FFFFFFFFFFFFFF0"), -16);
+   EXPECT_EQ(scan("0x7FFFFFFFFFFFFFFE"), -2);
+   EXPECT_EQ(scan("9223372036854775806"), -2);
+   EXPECT_EQ(scan("9223372036854775799"), -9);
+   EXPECT_EQ(scan("0777777777777777777770"), -8);
+   EXPECT_EQ(scan("-9223372036854775807"), 1);
+   EXPECT_EQ(scan("-0x7FFFFFFFFFFFFFF1"), 15);
+   EXPECT_EQ(scan("-0777777777777777777771"), 7);
+}
+
+// "0x" without digits is not among these texts: the scanners of some systems take it for 0.
 TEST(ScanInteger, AgreesWithTheStandardScanner)
 {
    for (const char* text : {"1",

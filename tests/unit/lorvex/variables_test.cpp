@@ -1,6 +1,7 @@
 #include "lorvex/variables.h"
 
 #include "support/failing_malloc.h"
+#include "support/nothing_left.h"
 #include "support/owned.h"
 #include "support/settings_tree.h"
 
@@ -304,6 +305,23 @@ TEST_F(ExpandPath, WarningSurvivesSuccess)
    status.code = 2;
    EXPECT_EQ(expand("$_tempDir\\x"), "/scratch\\x");
    EXPECT_EQ(status.code, 2);
+}
+
+TEST_F(ExpandPath, LeavesNothingBehindWhateverBecomesOfIt)
+{
+   set("home", "/opt/plugin");
+   set("nested", "$home\\x");
+   for (const char* text : {"no variable", "$home\\x", "$nested\\$_tempDir\\y", "$missing\\x",
+                            "$home\\$missing\\x", "$end", ""})
+   {
+      SCOPED_TRACE(text);
+      const NoBlockLeft noBlock;
+      const NoDescriptorLeft noDescriptor;
+      OwnedStatus outcome;
+      OwnedString path(text);
+      lorvex_expandPath(kPlugin, &path, &outcome);
+      lorvex_lookupVariable("no such plugin", "home", &path, &outcome);
+   }
 }
 
 TEST_F(ExpandPath, WithoutMemoryNoDollarSurvives)

@@ -140,6 +140,23 @@ TEST_F(JsonScript, EncodesWhatItDecodes)
    EXPECT_EQ(state.eval(R"(json.encode("\"\\/\n\0\127"))"), R"("\"\\/\u000a\u0000\u007f")");
 }
 
+TEST_F(JsonScript, TableIsAnArrayOnlyIfItsKeysCountFromOne)
+{
+   EXPECT_EQ(state.eval("json.encode({[1] = 'x'})"), R"(["x"])");
+   EXPECT_EQ(state.eval("json.encode({[2] = 'x'})"), R"({"2":"x"})");
+   EXPECT_EQ(state.eval("json.encode({[0] = 'x'})"), R"({"0":"x"})");
+   EXPECT_EQ(state.eval("json.encode({[1.5] = 'x'})"), R"({"1.5":"x"})");
+   EXPECT_EQ(state.eval("json.encode({[-1] = 'x'})"), R"({"-1":"x"})");
+   EXPECT_EQ(state.eval("json.encode({{}, {{}}})"), "[{},[{}]]");
+   // The order of an object's members is the interpreter's.
+   EXPECT_EQ(state.run("local v = json.decode(json.encode({1, nil, 3}))\n"
+                       "return v[1], v['1'], v['2'], v['3']"),
+             "nil 1 nil 3");
+   EXPECT_EQ(state.run("local v = json.decode(json.encode({1, 2, a = 'b'}))\n"
+                       "return v[1], v['1'], v['2'], v.a"),
+             "nil 1 2 b");
+}
+
 TEST_F(JsonScript, EncodeRefusesWhatJsonCannotHold)
 {
    EXPECT_EQ(state.eval("json.encode(0/0)").substr(0, 25), "error: json: cannot encod");

@@ -1,6 +1,7 @@
 #include "lorvexlua/native_modules.h"
 
 #include "support/failing_malloc.h"
+#include "support/nothing_left.h"
 #include "support/scratch_folder.h"
 #include "support/settings_tree.h"
 #include "unit/lorvexlua/script_state.h"
@@ -236,15 +237,41 @@ TEST_F(Utilities, CodeIsNarrowedToItsLow32Bits)
    EXPECT_EQ(call("findErrorDescriptionFromDir", path() + ", 4294967295"), "minus one");
 }
 
+// What only the debug library can reach.
+TEST_F(Utilities, FinaliserOfTheirWorkRefusesWhatIsNone)
+{
+   lua_State* const L = state.L;
+   lua_newuserdata(L, 1);
+   lua_setglobal(L, "small");
+   lua_pushlightuserdata(L, L);
+   lua_setglobal(L, "light");
+   state.run("for name, value in pairs(debug.getregistry()) do\n"
+             "   if name == 'lorvexluautils work' then type = value end end");
+   for (const char* value : {"small", "light"}) {
+      EXPECT_THAT(state.run(std::string("debug.setmetatable(") + value + ", type)\n" +
+                            "return pcall(type.__gc, " + value + ")"),
+                  StartsWith("false bad argument #1 to '?' (lorvexluautils work expected"))
+         << value;
+      state.run(std::string("debug.setmetatable(") + value + ", nil)");
+   }
+}
+
 TEST_F(Utilities, LackOfMemoryInAnyPlaceIsALuaErrorAndLosesNothing)
 {
    folder.write("English/a.txt", entry("-1", "\xE9 words"));
-   state.run("dir = " + path());
-   state.run("function work()\n"
-             "   local text = lorvexluautils.findErrorDescriptionFromErrorsDir(dir, -1, 0)\n"
-             "   return lorvexluautils.mbsToUtf8(0, text) .. lorvexluautils.expandPath('x', dir)\n"
-             "end");
-   lua_State* const L = state.L;
+   const std::string work =
+      "dir = " + path() +
+      "\nfunction work()\n"
+      "   local text = lorvexluautils.findErrorDescriptionFromErrorsDir(dir, -1, 0)\n"
+      "   return lorvexluautils.mbsToUtf8(0, text) .. lorvexluautils.expandPath('x', dir)\n"
+      "end";
+   state.run(work + "\nwork()"); // what is made once for the process
+   const NoDescriptorLeft noDescriptor;
+   const NoBlockLeft noBlock;
+   ScriptState own;
+   own.open(lorvexlua_openLorvexluautils, "lorvexluautils");
+   own.run(work);
+   lua_State* const L = own.L;
    const size_t count = forEachFailingAllocation(
       FailingMalloc::Then::succeed,
       [&](size_t) {

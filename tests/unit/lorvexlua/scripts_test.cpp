@@ -221,7 +221,7 @@ protected:
          return table.concat(names, " "))");
    }
 
-   std::string ownText()
+   std::string sourceText()
    {
       std::ifstream file(ZEROVA_SCRIPTS_DIR "/util.lua");
       std::ostringstream text;
@@ -230,26 +230,26 @@ protected:
    }
 };
 
-TEST_F(SupportModule, EmbeddedTextOffersItsNames)
+TEST_F(SupportModule, EmbeddedTextIsTheOneOfTheSources)
 {
    const EmbeddedModule& second = lorvexlua_embeddedModules[1];
    ASSERT_STREQ(second.name, "util.lua");
-   EXPECT_EQ(namesOf({reinterpret_cast<const char*>(second.data), second.size}), kUtilNames);
+   EXPECT_EQ(std::string(reinterpret_cast<const char*>(second.data), second.size), sourceText());
 }
 
-TEST_F(SupportModule, OwnTextOffersTheSameNames)
+TEST_F(SupportModule, OffersItsNames)
 {
-   EXPECT_EQ(namesOf(ownText()), kUtilNames);
+   EXPECT_EQ(namesOf(sourceText()), kUtilNames);
 }
 
-TEST_F(SupportModule, OwnTextBeginsByRequiringTheCodec)
+TEST_F(SupportModule, BeginsByRequiringTheCodec)
 {
-   EXPECT_EQ(ownText().substr(0, 29), "local cjson = require \"cjson\"");
+   EXPECT_EQ(sourceText().substr(0, 29), "local cjson = require \"cjson\"");
 }
 
-TEST_F(SupportModule, OwnTextDoesWhatItsNamesSay)
+TEST_F(SupportModule, DoesWhatItsNamesSay)
 {
-   namesOf(ownText());
+   namesOf(sourceText());
    EXPECT_EQ(state.eval("util.serialise_value({1, {a = 'x'}, cjson.null}, false)"),
              "{ 1, { [\"a\"] = \"x\" }, json.null }");
    EXPECT_EQ(state.eval("util.serialise_value({1})"), "{\n  1\n}");
@@ -267,9 +267,9 @@ TEST_F(SupportModule, OwnTextDoesWhatItsNamesSay)
    EXPECT_EQ(state.eval("util.run_test_summary()"), "1 2");
 }
 
-TEST_F(SupportModule, OwnTextSavesAndLoadsFiles)
+TEST_F(SupportModule, SavesAndLoadsFiles)
 {
-   namesOf(ownText());
+   namesOf(sourceText());
    EXPECT_EQ(state.run("local name = os.tmpname()\n"
                        "util.file_save(name, 'a\\0b')\n"
                        "local text = util.file_load(name)\n"

@@ -2,11 +2,14 @@
 
 #include "unit/lorvexlua/script_state.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
 
 namespace {
+
+using testing::HasSubstr;
 
 class Stdint : public testing::Test
 {
@@ -146,6 +149,19 @@ TEST_F(Stdint, TextWithoutANumberIsRefusedByBoth)
    EXPECT_EQ(u64("'abc'"), "error: test:1: Unable to parse a number out of \"abc\"");
    EXPECT_EQ(i64("''"), "error: test:1: Unable to parse a number out of \"\"");
    EXPECT_EQ(i64("'-'"), "error: test:1: Unable to parse a number out of \"-\"");
+   EXPECT_EQ(i64("'- 1'"), "error: test:1: Unable to parse a number out of \"- 1\"");
+   EXPECT_EQ(u64("' '"), "error: test:1: Unable to parse a number out of \" \"");
+   EXPECT_EQ(u64("' abc'"), "error: test:1: Unable to parse a number out of \" abc\"");
+}
+
+// White space in some code pages.
+TEST_F(Stdint, WhiteSpaceInFrontIsThatOfTheLocaleC)
+{
+   EXPECT_EQ(i64("' \\t\\n\\v\\f\\r-5'"), "-5");
+   for (const char* character : {"\\133", "\\160"}) {
+      EXPECT_THAT(u64(std::string("'") + character + "5'"), HasSubstr("Unable to parse"));
+      EXPECT_THAT(i64(std::string("'") + character + "5'"), HasSubstr("Unable to parse"));
+   }
 }
 
 TEST_F(Stdint, NumericStringIsParsedAsTextAndNotAsANumber)
@@ -230,6 +246,60 @@ TEST_F(Stdint, TypesDoNotMix)
    // The member called is the left operand's.
    EXPECT_EQ(eval("stdint.i64(1) + stdint.u64(5)"),
              "error: test:1: bad argument #2 to '?' (i64 expected, got userdata)");
+}
+
+// What only the debug library can make: values that carry the type's metatable and are none of it.
+TEST_F(Stdint, LightUserdataIsNoValue)
+{
+   int target = 7;
+   lua_pushlightuserdata(state.L, &target);
+   lua_setglobal(state.L, "light");
+   state.run("type = debug.getmetatable(stdint.u64(1))");
+   for (const char* giveMetatable : {"", "debug.setmetatable(light, type)"}) {
+      state.run(giveMetatable);
+      for (const char* member : {"__tostring", "__unm", "__index.hexstring"})
+         EXPECT_THAT(eval(std::string("type.") + member + "(light)"),
+                     HasSubstr(" (u64 expected, got userdata)"))
+            << member << giveMetatable;
+      for (const char* member : {"__add", "__sub", "__mul", "__div", "__mod", "__eq", "__lt"}) {
+         EXPECT_THAT(eval(std::string("type.") + member + "(light, stdint.u64(1))"),
+                     HasSubstr("bad argument #1 to '"))
+            << member << giveMetatable;
+         EXPECT_THAT(eval(std::string("type.") + member + "(stdint.u64(1), light)"),
+                     HasSubstr("bad argument #2 to '"))
+            << member << giveMetatable;
+      }
+      EXPECT_EQ(u64("light"), "error: test:1: u64 constructor arg must be a number or a string");
+   }
+   state.run("debug.setmetatable(light, nil)");
+}
+
+TEST_F(Stdint, NullIsNoOperand)
+{
+   lua_pushlightuserdata(state.L, nullptr);
+   lua_setglobal(state.L, "null");
+   EXPECT_EQ(eval("stdint.u64(1) + null"),
+             "error: test:1: bad argument #2 to '?' (u64 expected, got userdata)");
+   EXPECT_EQ(eval("null + stdint.i64(1)"),
+             "error: test:1: bad argument #1 to '?' (i64 expected, got userdata)");
+}
+
+TEST_F(Stdint, UserdataThatIsTooSmallIsNoValue)
+{
+   for (const size_t size : {0u, 1u, 7u}) {
+      lua_newuserdata(state.L, size);
+      lua_setglobal(state.L, "small");
+      state.run("debug.setmetatable(small, debug.getmetatable(stdint.i64(1)))");
+      EXPECT_EQ(eval("tostring(small)"),
+                "error: bad argument #1 to '?' (i64 expected, got userdata)")
+         << size;
+      EXPECT_EQ(eval("small + 1"),
+                "error: test:1: bad argument #1 to '?' (i64 expected, got userdata)")
+         << size;
+      EXPECT_EQ(eval("small:hexstring()"),
+                "error: test:1: calling 'hexstring' on bad self (i64 expected, got userdata)")
+         << size;
+   }
 }
 
 TEST_F(Stdint, ArithmeticTellsOfTheSecondOperandFirst)

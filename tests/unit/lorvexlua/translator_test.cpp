@@ -310,6 +310,27 @@ TEST_F(Translator, LackOfMemoryInAClientsFirstRunIsCodeFour)
    EXPECT_THAT(status.text(), HasSubstr(R"("code":4,"string":"not enough memory"})"));
 }
 
+TEST_F(Translator, ModuleThatRanOutOfMemoryIsTriedAgainWhereverItIsRequired)
+{
+   addModule("outer.lua", "return 'outer ' .. require('inner')");
+   addModule("inner.lua", R"(
+      tries = (tries or 0) + 1
+      local list = {} while tries == 1 do list = {list} end
+      return 'inner')");
+   addModule("client.lua", "return {getStaticDesc = function() return require('outer') end}");
+   create(kClient, &status);
+   ASSERT_TRUE(translator) << status.text();
+   status.resize(&status, 65536); // the report finds its memory there already
+   {
+      FailingMalloc failing(2000, FailingMalloc::Then::failAlways);
+      EXPECT_FALSE(translator->getStaticDesc(translator, 0, 0, allocate, &block, &status));
+   }
+   EXPECT_THAT(status.text(), HasSubstr(R"("code":4,"string":"not enough memory"})"));
+   OwnedStatus next;
+   EXPECT_STREQ(translator->getStaticDesc(translator, 0, 0, allocate, &block, &next),
+                "outer inner");
+}
+
 TEST_F(Translator, ObjectIsUsableAfterALackOfMemory)
 {
    addModule("client.lua", R"(

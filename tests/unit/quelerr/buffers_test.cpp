@@ -106,6 +106,32 @@ TEST(ByteBuffer, ErrorInTheStatusKeepsItAsItIs)
    EXPECT_EQ(textOf(buffer), "abc");
 }
 
+TEST(Containers, GiveTheirMemoryBackAsTheyGrowAndWhenTheyAreReleased)
+{
+   OwnedStatus status;
+   quelerr_String string{};
+   quelerr_WideString wideString{};
+   quelerr_ByteBuffer bytes{};
+   quelerr_WideBuffer units{};
+   const ptrdiff_t before = liveBlocks();
+   for (size_t size = 1; size < 3000; size *= 2) {
+      quelerr_String_reserve(&string, size, &status);
+      quelerr_WideString_reserve(&wideString, size, &status);
+      quelerr_ByteBuffer_makeGap(&bytes, 0, size, &status);
+      bytes.length = size;
+      quelerr_WideBuffer_resize(&units, size, &status);
+   }
+   const ptrdiff_t held = liveBlocks() - before;
+   quelerr_String_release(&string);
+   quelerr_WideString_release(&wideString);
+   quelerr_ByteBuffer_release(&bytes);
+   quelerr_WideBuffer_release(&units);
+   const ptrdiff_t left = liveBlocks() - before;
+   EXPECT_EQ(status.code, 0);
+   EXPECT_EQ(held, 4);
+   EXPECT_EQ(left, 0);
+}
+
 TEST(ByteBuffer, ReleaseLeavesAValidEmptyBuffer)
 {
    OwnedByteBuffer buffer;

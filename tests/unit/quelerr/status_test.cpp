@@ -2,9 +2,12 @@
 
 #include "quelerr/json_text.h"
 #include "refusing_status.h"
+#include "support/nothing_left.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -162,6 +165,25 @@ TEST_F(Status, AdoptWithDifferentResizeCopiesTheText)
    EXPECT_EQ(source.code, -52005);
 }
 
+TEST_F(Status, AdoptGivesTheBufferOfTheDestinationBack)
+{
+   const NoBlockLeft noBlock;
+   for (const bool hasText : {true, false}) {
+      quelerr_Status destination;
+      quelerr_Status source;
+      quelerr_Status_init(&destination);
+      quelerr_Status_init(&source);
+      destination.code = 7;
+      quelerr_Status_setJson(&destination, "{\"w\":1}");
+      source.code = -52005;
+      if (hasText) quelerr_Status_setJson(&source, kSiteJson);
+      EXPECT_TRUE(quelerr_Status_adopt(&destination, &source));
+      EXPECT_EQ(destination.json != nullptr, hasText);
+      quelerr_Status_release(&destination);
+      quelerr_Status_release(&source);
+   }
+}
+
 TEST_F(Status, AdoptThatLosesChangesNeither)
 {
    quelerr_Status_setWithSite(&status, -52005, kSite);
@@ -252,6 +274,32 @@ TEST_F(Status, SetJsonNeedsRoomForTerminatorAndSentinel)
    EXPECT_EQ(status.capacity, 1024u);
 }
 
+TEST_F(Status, TextThatJustFitsAsksForNoBuffer)
+{
+   RefusingStatus record(1);
+   quelerr_Status_setJson(&record, nullptr);
+   const std::string fits = "{" + std::string(508, ' ') + "}";
+   EXPECT_NE(quelerr_Status_setJson(&record, fits.c_str()), nullptr);
+   EXPECT_EQ(record.json, fits);
+   EXPECT_EQ(record.calls, 1);
+   EXPECT_EQ(bufferFault(record), "");
+   EXPECT_EQ(quelerr_Status_setJson(&record, (fits + " ").c_str()), nullptr);
+   EXPECT_EQ(record.calls, 2);
+}
+
+TEST_F(Status, WriterOnTheLeastBufferAsksForNone)
+{
+   char text[] = {'{', '}', 0, kJsonSentinel};
+   status.json = text;
+   status.capacity = sizeof text;
+   status.resize = [](quelerr_Status*, uint32_t) { return false; };
+   quelerr_JsonWriter writer;
+   quelerr_Status_beginWriter(&writer, &status);
+   EXPECT_EQ(writer.position, text + 1);
+   status.json = nullptr;
+   status.capacity = 0;
+}
+
 TEST_F(Status, SetJsonWithARefusingResizeReturnsNull)
 {
    RefusingStatus refusing(0);
@@ -334,6 +382,75 @@ TEST_F(Status, ResizeThatGrantsWithoutGrowingEndsTheWriterAndNotTheProcess)
    quelerr_Status_appendPair(&status, "k", value.c_str());
    EXPECT_STREQ(status.json, kSiteJson);
    status.resize = quelerr_defaultResize;
+}
+
+TEST_F(Status, GrowJsonOfARecordWithoutATextEndsTheWriter)
+{
+   char position = '}';
+   for (const uint32_t capacity : {2u, 4u, 512u}) {
+      status.capacity = capacity;
+      status.resize = [](quelerr_Status*, uint32_t) { return true; };
+      EXPECT_EQ(quelerr_Status_growJson(&position, &status), nullptr) << capacity;
+   }
+   status.capacity = 0;
+}
+
+// Grants every request with a buffer of so many bytes, whatever was asked for. The text is cut to
+// what the buffer holds, and the buffer is the whole of its block.
+struct ShortResize : quelerr_Status
+{
+   explicit ShortResize(uint32_t size)
+      : granted(size)
+   {
+      quelerr_Status_init(this);
+      resize = [](quelerr_Status* status, uint32_t newCapacity) {
+         auto* const self = static_cast<ShortResize*>(status);
+         const std::string text = self->json ? self->json : "{}";
+         std::free(self->json);
+         self->json = nullptr;
+         self->capacity = 0;
+         if (newCapacity == 0) return true;
+         self->json = static_cast<char*>(std::malloc(self->granted));
+         self->capacity = self->granted;
+         std::memset(self->json, 0, self->granted);
+         std::memcpy(self->json, text.data(), std::min<size_t>(text.size(), self->granted - 1));
+         return true;
+      };
+   }
+   ShortResize(const ShortResize&) = delete;
+   ShortResize& operator=(const ShortResize&) = delete;
+   ~ShortResize() { resize(this, 0); }
+
+   uint32_t granted;
+};
+
+TEST_F(Status, ResizeThatGrantsLessThanTheLeastBufferGivesNoText)
+{
+   for (uint32_t size = 1; size < 4; ++size) {
+      ShortResize little(size);
+      EXPECT_TRUE(quelerr_Status_setWithSite(&little, -52005, kSite));
+      quelerr_Status_appendPair(&little, "k", "v");
+      quelerr_JsonWriter writer;
+      quelerr_Status_beginWriter(&writer, &little);
+      EXPECT_EQ(writer.position, nullptr) << size;
+      EXPECT_EQ(little.code, -52005);
+   }
+}
+
+TEST_F(Status, ResizeThatGrantsLessThanAWriterAskedForEndsTheWriter)
+{
+   const std::string value(700, 'v');
+   for (const uint32_t size : {4u, 100u, 511u, 1021u}) {
+      ShortResize little(512);
+      quelerr_Status_setWithSite(&little, -52005, kSite);
+      little.granted = size;
+      quelerr_JsonWriter writer;
+      quelerr_Status_beginWriter(&writer, &little);
+      quelerr_JsonWriter_addString(&writer, "k", value);
+      EXPECT_EQ(writer.position, nullptr) << size;
+      quelerr_JsonWriter_addString(&writer, "l", value);
+      EXPECT_EQ(little.code, -52005);
+   }
 }
 
 TEST_F(Status, RefusalAtAnyCallLeavesADocumentThatParses)

@@ -251,6 +251,21 @@ TEST(StringAppend, StringMayBeAppendedToItselfThroughAReallocation)
    EXPECT_EQ(string.text(), text + text);
 }
 
+// The part begins in the bytes that a heap overwrites first when a block is freed.
+TEST(StringAppend, PartOfTheStringMayBeAppendedThroughAReallocation)
+{
+   std::string text;
+   for (int i = 0; i < 100; ++i)
+      text += static_cast<char>('a' + i % 26);
+   for (const size_t offset : {1u, 7u, 60u}) {
+      OwnedString string(text);
+      ASSERT_LT(string.capacity, 200u - offset);
+      OwnedStatus status;
+      quelerr_String_append(&string, string.data + offset, string.data + 100, &status);
+      EXPECT_EQ(string.text(), text + text.substr(offset)) << offset;
+   }
+}
+
 TEST(StringAppend, LengthThatWrapsAroundIsMemoryFull)
 {
    OwnedString string("abc");
