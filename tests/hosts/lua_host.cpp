@@ -2,7 +2,10 @@
 #include "hosts/host.h"
 
 #include "hosts/library.h"
+#include "service/checked_status.h"
+#include "support/scratch_folder.h"
 
+#include <gmock/gmock.h>
 #include <lua.hpp>
 
 #include <cstdlib>
@@ -83,12 +86,48 @@ std::string zerova::test::stateOfTheHost()
 
 namespace {
 
+using zerova::test::CheckedStatus;
 using zerova::test::Host;
 
 TEST_F(Host, HasAnInterpreterThatWorksAndIsSeenByAll)
 {
    EXPECT_EQ(zerova::test::stateOfTheHost(), HOST_STATE);
    EXPECT_NE(findFunction(nullptr, "lua_newstate"), nullptr);
+}
+
+char* allocateText(void*, size_t length, void* context, quelerr_Status*)
+{
+   auto* const text = static_cast<std::string*>(context);
+   text->assign(length, ' ');
+   return text->data();
+}
+
+// It would call this interpreter with a state of the library's.
+TEST_F(Host, DoesNotLendItsInterpreterToANativeModuleOfADriver)
+{
+   const ScratchFolder folder;
+   folder.write("client.lua",
+                "return {getStaticDesc = function()\n"
+                "   local module, why = package.loadlib('" NATIVE_MODULE "', 'luaopen_native')\n"
+                "   return module and module() or why\n"
+                "end}");
+   const std::string settings =
+      R"({"lorvexlua_xlator":"client","lorvexlua_path":")" + folder.path() + "\"}";
+   Tour tour{};
+   ASSERT_TRUE(tourLoad(&tour, ZEROVAAPI_LIBRARY, false)) << tour.failure;
+   const auto create = reinterpret_cast<decltype(&lorvex_exported_create)>(
+      findFunction(tour.library, "lorvex_exported_create"));
+   ASSERT_NE(create, nullptr);
+   {
+      CheckedStatus status;
+      lorvex_Translator* const translator = create("dorvex_zerova", settings.c_str(), status);
+      ASSERT_NE(translator, nullptr) << status.json();
+      std::string text;
+      translator->getStaticDesc(translator, 0, 0, allocateText, &text, status);
+      EXPECT_THAT(text, testing::StartsWith("native modules are not supported"));
+      translator->destroy(translator);
+   }
+   ASSERT_TRUE(tourUnload(&tour, ZEROVAAPI_LIBRARY)) << tour.failure;
 }
 
 #ifdef HOST_ALLOCATES_FOR_LUA
