@@ -1,0 +1,12 @@
+/* Forced in front of the interpreter's source that loads native modules. */
+#ifndef PLATFORM_POSIX_NATIVE_MODULE_CALLS_H
+#define PLATFORM_POSIX_NATIVE_MODULE_CALLS_H
+
+#include "platform/native_module.h"
+
+#include <dlfcn.h>
+
+#define dlopen(file, mode) platform_openNativeModule(file)
+#define dlerror platform_nativeModuleFailure
+
+#endif
