@@ -321,6 +321,47 @@ TEST(Devices, PositionAtTheEndThrowsOutOfTheFunction)
    zerovaapi_DeviceContainer_destroy(devices);
 }
 
+// What a call gives that failed: nothing is in it, wherever one looks.
+
+TEST(NullContainer, IsAtItsEnd)
+{
+   for (const zerovaapi_Iterator at : {zerovaapi_Iterator{0}, zerovaapi_Iterator{UINT64_MAX}}) {
+      EXPECT_TRUE(zerovaapi_DeviceIterator_isEnd(nullptr, at));
+      EXPECT_TRUE(zerovaapi_TerminalIterator_isEnd(nullptr, at));
+   }
+   EXPECT_EQ(zerovaapi_DeviceContainer_begin(nullptr), 0u);
+   EXPECT_EQ(zerovaapi_TerminalContainer_begin(nullptr), 0u);
+}
+
+TEST(NullContainer, HasNoAttributes)
+{
+   CheckedStatus ofText;
+   EXPECT_EQ(zerovaapi_TerminalIterator_getStringAttribute(nullptr, 0, "Name", ofText), nullptr);
+   EXPECT_EQ(ofText.code(), -52005);
+   CheckedStatus ofFlag;
+   EXPECT_FALSE(zerovaapi_TerminalIterator_getBoolAttribute(nullptr, 0, "Name", ofFlag));
+   EXPECT_EQ(ofFlag.code(), -52005);
+}
+
+TEST(NullContainer, HasNoDeviceAndThrowsOutOfTheFunction)
+{
+   EXPECT_EQ(outOfRange([] { zerovaapi_DeviceIterator_getDeviceName(nullptr, 0); }),
+             "invalid vector subscript");
+   EXPECT_EQ(outOfRange([] { zerovaapi_DeviceIterator_getTerminalContainer(nullptr, 0); }),
+             "invalid vector subscript");
+}
+
+TEST(NullContainer, OfARefusalWithCodeZeroIsWalkedAsAnEmptyOne)
+{
+   PeerSession session(answering(statusReply("getRouteInfo", 0, "{}")));
+   CheckedStatus status;
+   const zerovaapi_DeviceContainer devices = zerovaapi_getRouteInfo(session, 1, status);
+   EXPECT_EQ(devices, nullptr);
+   EXPECT_EQ(status.code(), 0);
+   EXPECT_TRUE(zerovaapi_DeviceIterator_isEnd(devices, zerovaapi_DeviceContainer_begin(devices)));
+   zerovaapi_DeviceContainer_destroy(devices);
+}
+
 TEST(Devices, FieldsThatTheLibraryDoesNotKnowAreSkipped)
 {
    WireBytes reply;
