@@ -5,8 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <barrier>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -204,6 +207,30 @@ TEST_F(Terminals, EachFailureHasALineOfItsOwn)
    }
    std::sort(lines.begin(), lines.end());
    EXPECT_EQ(std::unique(lines.begin(), lines.end()), lines.end());
+}
+
+TEST_F(Terminals, MayBeReadByManyThreadsAtOnce)
+{
+   constexpr int kThreads = 4;
+   std::barrier start(kThreads);
+   std::vector<int> found(kThreads, 0);
+   std::vector<std::thread> threads;
+   for (int& count : found)
+      threads.emplace_back([&] {
+         quelerr_Status own;
+         quelerr_heapStatus_init(&own);
+         start.arrive_and_wait();
+         for (int round = 0; round < 100; ++round) {
+            const char* const value = text("text", &own);
+            if (value && std::string(value) == "value" && flag("flag", &own)) ++count;
+            flag("gone", &own);
+            own.code = 0;
+         }
+         quelerr_heapStatus_release(&own);
+      });
+   for (std::thread& thread : threads)
+      thread.join();
+   EXPECT_THAT(found, testing::Each(100));
 }
 
 TEST(TerminalRequest, NullAndEmptyNameArraysSendTheSame)
