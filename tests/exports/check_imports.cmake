@@ -1,7 +1,8 @@
-# Holds the built library against what it must not even be able to call: whatever starts something
-# of its own, ends the process, or changes what belongs to the host. What the scripts of a driver
-# may call is not here: os.exit, os.setlocale, io.popen and their like are the interpreter's.
-#    cmake -DLIBRARY=file -DNM=nm -P check_imports.cmake
+# Holds the built library against what it must not even be able to call. Without FORBIDDEN that is
+# whatever starts something of its own, ends the process, or changes what belongs to the host. What
+# the scripts of a driver may call is not in it: os.exit, os.setlocale, io.popen and their like are
+# the interpreter's.
+#    cmake -DLIBRARY=file -DNM=nm [-DFORBIDDEN=pattern] -P check_imports.cmake
 execute_process(COMMAND "${NM}" -D --undefined-only "${LIBRARY}" OUTPUT_VARIABLE table
    COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "[^\n]+" lines "${table}")
@@ -18,6 +19,9 @@ set(forbidden
    # handlers and locales of the whole process
    _ZSt13set_terminate.* _ZSt15set_new_handler.* _ZNSt6locale6global.* uselocale)
 list(JOIN forbidden "|" pattern)
+if(FORBIDDEN)
+   set(pattern "${FORBIDDEN}")
+endif()
 set(found)
 foreach(line IN LISTS lines)
    string(REGEX MATCH "^ *[A-Za-z] ([^@]+)" matched "${line}")
