@@ -47,10 +47,13 @@
  *                   gave a warning or 0 (rule 1)
  *        -52024     the connection or the protocol failed; nothing repairs a session, so destroy it
  *                   and create a new one
- *        -52000     out of memory
+ *        -52000     out of memory, or a reply that announces far more than it holds; the next call
+ *                   works, unless it was not to be seen that the whole reply was read: then the
+ *                   connection is closed, and every later call gives -52024
  *        -52003     any other failure inside the library
- *  9. What the library needs from the process that loads it, and what it leaves alone there, stands
- *     in docs/host.md.
+ *  9. Stack. A call needs at most 16 KiB of its thread's stack; what resize and the system's
+ *     resolver of host names need comes on top. What else the library needs from the process that
+ *     loads it, and what it leaves alone there, stands in docs/host.md.
  */
 #ifndef ZEROVAAPI_H
 #define ZEROVAAPI_H
