@@ -20,12 +20,23 @@ static void chapter(const char* title)
    printf("\n== %s\n", title);
 }
 
-/* Ends the tour if the chain of calls before has left anything in the status. */
+/* Ends the tour if the chain of calls before has left anything in the status: a code above 0 is a
+ * call that failed, too. */
 static void expectSuccess(const quelerr_Status* status, const char* what)
 {
    if (status->code == 0) return;
    fprintf(stderr, "route_tour: %s: status %d %s\n", what, (int)status->code,
            status->json ? status->json : "");
+   exit(EXIT_FAILURE);
+}
+
+/* The same for a call whose result is a pointer. A service can refuse without a code; then only the
+ * null tells. */
+static void expectResult(const void* result, const quelerr_Status* status, const char* what)
+{
+   expectSuccess(status, what);
+   if (result) return;
+   fprintf(stderr, "route_tour: %s: no result, and no code that tells why\n", what);
    exit(EXIT_FAILURE);
 }
 
@@ -39,7 +50,7 @@ static void expect(bool condition, const char* what)
 /* Shows a failure that the tour wanted, and makes the status usable again. */
 static void showFailure(quelerr_Status* status, const char* what)
 {
-   if (status->code >= 0) {
+   if (status->code == 0) {
       fprintf(stderr, "route_tour: %s did not fail\n", what);
       exit(EXIT_FAILURE);
    }
@@ -55,7 +66,7 @@ static bool isListed(zerovaapi_Session session, const char* device, quelerr_Stat
    bool found = false;
    char** const devices = zerovaapi_getRoutableDevices(session, status);
    char** name;
-   expectSuccess(status, "listing the devices");
+   expectResult(devices, status, "listing the devices");
    for (name = devices; *name; ++name)
       found = found || strcmp(*name, device) == 0;
    zerovaapi_destroyStringArray(devices);
@@ -66,7 +77,7 @@ static void listDevices(zerovaapi_Session session, quelerr_Status* status)
 {
    char** const devices = zerovaapi_getRoutableDevices(session, status);
    char** name;
-   expectSuccess(status, "listing the devices");
+   expectResult(devices, status, "listing the devices");
    printf("The service can route on:");
    for (name = devices; *name; ++name)
       printf(" %s", *name);
@@ -74,30 +85,57 @@ static void listDevices(zerovaapi_Session session, quelerr_Status* status)
    zerovaapi_destroyStringArray(devices);
 }
 
-/* Prints the terminals with some attributes: a string or two, and flags that are set. */
+/* Attributes that every terminal has. */
+
+static const char* textOf(zerovaapi_TerminalContainer terminals, zerovaapi_Iterator i,
+                          const char* name, quelerr_Status* status)
+{
+   const char* const text =
+      zerovaapi_TerminalIterator_getStringAttribute(terminals, i, name, status);
+   char what[64];
+   snprintf(what, sizeof what, "reading the attribute %s", name);
+   expectResult(text, status, what);
+   return text;
+}
+
+static bool flagOf(zerovaapi_TerminalContainer terminals, zerovaapi_Iterator i, const char* name,
+                   quelerr_Status* status)
+{
+   const bool flag = zerovaapi_TerminalIterator_getBoolAttribute(terminals, i, name, status);
+   char what[64];
+   snprintf(what, sizeof what, "reading the attribute %s", name);
+   expectSuccess(status, what);
+   return flag;
+}
+
+/* Prints the terminals with some attributes: a string or two, flags that are set, and the owner. A
+ * terminal has an owner only while it is in use, and one that is not there leaves an error: it is
+ * read with a status of its own, so that the tour's stays clean. */
 static void printTerminals(zerovaapi_TerminalContainer terminals, quelerr_Status* status)
 {
    zerovaapi_Iterator i = zerovaapi_TerminalContainer_begin(terminals);
+   quelerr_Status own;
+   quelerr_heapStatus_init(&own);
    for (; !zerovaapi_TerminalIterator_isEnd(terminals, i); zerovaapi_TerminalIterator_next(&i)) {
-      printf("   %-26s %s%s%s\n",
-             zerovaapi_TerminalIterator_getStringAttribute(terminals, i, "Name", status),
-             zerovaapi_TerminalIterator_getStringAttribute(terminals, i, "Kind", status),
-             zerovaapi_TerminalIterator_getBoolAttribute(terminals, i, "IsSource", status)
-                ? ", source"
-                : "",
-             zerovaapi_TerminalIterator_getBoolAttribute(terminals, i, "IsDestination", status)
-                ? ", destination"
-                : "");
-      expectSuccess(status, "reading a terminal's attributes");
+      const char* const name = textOf(terminals, i, "Name", status);
+      const char* const kind = textOf(terminals, i, "Kind", status);
+      const bool isSource = flagOf(terminals, i, "IsSource", status);
+      const bool isDestination = flagOf(terminals, i, "IsDestination", status);
+      const char* const owner =
+         zerovaapi_TerminalIterator_getStringAttribute(terminals, i, "Owner", &own);
+      printf("   %-26s %s%s%s%s%s\n", name, kind, isSource ? ", source" : "",
+             isDestination ? ", destination" : "", owner ? ", owned by " : "", owner ? owner : "");
+      own.code = 0;
    }
+   quelerr_heapStatus_release(&own);
 }
 
 static void listTerminals(zerovaapi_Session session, const char* device, quelerr_Status* status)
 {
-   static const char* const kNames[] = {"Name", "Kind", "IsSource", "IsDestination", NULL};
+   static const char* const kNames[] = {"Name", "Kind", "IsSource", "IsDestination", "Owner", NULL};
    zerovaapi_TerminalContainer const terminals =
       zerovaapi_getTerminalNamesAndAttributesForDevice(session, device, kNames, status);
-   expectSuccess(status, "listing terminals");
+   expectResult(terminals, status, "listing terminals");
    printf("The terminals of %s:\n", device);
    printTerminals(terminals, status);
    zerovaapi_TerminalContainer_destroy(terminals);
@@ -111,12 +149,10 @@ static bool isInUse(zerovaapi_Session session, const char* device, const char* u
       zerovaapi_getTerminalNamesAndAttributesForDevice(session, device, NULL, status);
    zerovaapi_Iterator i = zerovaapi_TerminalContainer_begin(terminals);
    bool inUse = false;
-   expectSuccess(status, "reading terminals");
+   expectResult(terminals, status, "reading terminals");
    for (; !zerovaapi_TerminalIterator_isEnd(terminals, i); zerovaapi_TerminalIterator_next(&i))
-      if (strcmp(zerovaapi_TerminalIterator_getStringAttribute(terminals, i, "Name", status),
-                 uri) == 0)
-         inUse = zerovaapi_TerminalIterator_getBoolAttribute(terminals, i, "InUse", status);
-   expectSuccess(status, "reading a terminal's use");
+      if (strcmp(textOf(terminals, i, "Name", status), uri) == 0)
+         inUse = flagOf(terminals, i, "InUse", status);
    zerovaapi_TerminalContainer_destroy(terminals);
    return inUse;
 }
@@ -127,7 +163,7 @@ static void printRoute(zerovaapi_Session session, int32_t ticket, quelerr_Status
 {
    zerovaapi_DeviceContainer const devices = zerovaapi_getRouteInfo(session, ticket, status);
    zerovaapi_Iterator i = zerovaapi_DeviceContainer_begin(devices);
-   expectSuccess(status, "reading a route's devices");
+   expectResult(devices, status, "reading a route's devices");
    for (; !zerovaapi_DeviceIterator_isEnd(devices, i); zerovaapi_DeviceIterator_next(&i)) {
       printf("It passes %s:\n", zerovaapi_DeviceIterator_getDeviceName(devices, i));
       /* The terminals belong to the device container and go with it. */
@@ -138,9 +174,9 @@ static void printRoute(zerovaapi_Session session, int32_t ticket, quelerr_Status
 
 static zerovaapi_RouteAttributes makeAttributes(quelerr_Status* status)
 {
-   /* All of these do nothing once the status holds an error, so one test at the end is enough. */
    zerovaapi_RouteAttributes const attributes = zerovaapi_RouteAttributes_new(status);
-   expectSuccess(status, "making route attributes");
+   expectResult(attributes, status, "making route attributes"); /* the maps are taken from it */
+   /* All of these do nothing once the status holds an error, so one test at the end is enough. */
    zerovaapi_RouteAttributes_setOwnerName(attributes, "route tour", status);
    zerovaapi_RouteAttributes_setLifetime(attributes, zerovaapi_kLifetimeSession, status);
    zerovaapi_RouteConstraints_setStringConstraint(
@@ -176,7 +212,8 @@ static void tourRoute(zerovaapi_Session session, quelerr_Status* status)
    expectSuccess(status, "reserving the route");
    expect(isInUse(session, "digitizer3", "/digitizer3/start", status),
           "the destination of a reserved route is in use");
-   printf("Reserved it: /digitizer3/start is now in use.\n");
+   printf("Reserved it: /digitizer3/start is now in use, and its terminals have an owner.\n");
+   printRoute(session, ticket, status);
 
    zerovaapi_programRoute(session, ticket, status);
    expectSuccess(status, "programming the route");
@@ -212,7 +249,7 @@ static void makeImmediateRoute(zerovaapi_Session session, const char* source,
                                const char* destination, quelerr_Status* status)
 {
    zerovaapi_RouteAttributes const attributes = zerovaapi_RouteAttributes_new(status);
-   expectSuccess(status, "making route attributes");
+   expectResult(attributes, status, "making route attributes");
    zerovaapi_RouteAttributes_setLifetime(attributes, zerovaapi_kLifetimeImmediate, status);
    zerovaapi_RouteAttributes_setCalculationTargetState(attributes, zerovaapi_kStateProgrammed,
                                                        status);
@@ -348,11 +385,11 @@ int main(int argc, char** argv)
 
    chapter("Sessions");
    local = zerovaapi_createSession(&status);
-   expectSuccess(&status, "opening a session on this machine");
+   expectResult(local, &status, "opening a session on this machine");
    immediate = zerovaapi_createImmediateSession(&status);
-   expectSuccess(&status, "opening a session for immediate routes");
+   expectResult(immediate, &status, "opening a session for immediate routes");
    remote = zerovaapi_createRemoteSession(host, &status);
-   expectSuccess(&status, "opening a remote session");
+   expectResult(remote, &status, "opening a remote session");
    printf("Opened one on this machine, one for immediate routes and one to %s.\n", host);
    printf("The service is a %s one.\n", zerovaapi_isDebug(local, &status) ? "debug" : "release");
    expectSuccess(&status, "asking for the kind of service");

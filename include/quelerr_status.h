@@ -3,11 +3,24 @@
  * 1. The caller owns the record and passes its address as the last argument. A null address is not
  *    allowed.
  * 2. code is 0 for success, negative for an error, positive for a warning. A function that is given
- *    a record with an error does nothing (the few exceptions say so), so a chain of calls needs one
- *    test at its end. The first error stays; a warning is replaced by an error but not by another
- *    warning; success never clears anything. To use a record again, set code to 0.
- * 3. json is null until a failure had to be described; then it is one JSON object, NUL-terminated,
- *    UTF-8. Read it only while code is not 0: a record that was used before keeps its old buffer.
+ *    a record with an error does nothing (the few exceptions say so), so the first error ends a
+ *    chain of calls. The first error stays; a warning is replaced by an error but not by another
+ *    warning; success never clears anything. To use a record again, set code to 0. The library
+ *    makes no warnings of its own, but a service may refuse a call with one: code != 0 says that a
+ *    call has failed, and rule 1 of zerovaapi.h says where to test.
+ * 3. json is null until a failure had to be described; then it is a text, NUL-terminated. Read it
+ *    only while code is not 0: a record that was used before keeps its old buffer. Who failed
+ *    decides what the text is:
+ *       the library   one JSON object that begins with "error_constant" or, out of memory, with
+ *                     "file", and has the component "zerovaapi". A member for which there was no
+ *                     memory is missing whole. Bytes from 0x80 up in its strings come as they were
+ *                     given, so names and messages from elsewhere that are no UTF-8 stay none
+ *       the service   what the service gave, byte for byte up to its first NUL: by agreement a JSON
+ *                     object in UTF-8. Nothing holds it to that: it can be empty, no JSON, no
+ *                     UTF-8, nearly 100 MiB long, and come with a code of the library's own
+ *    If the buffer could not be made large enough, the text is "{}" or json is null. So of a text
+ *    that may be a service's a host can rely on the NUL alone, and parses and shows it as input
+ *    that it does not trust.
  * 4. The library touches the buffer only through resize, which the caller supplies, so the two may
  *    live on different heaps. quelerr_heapStatus below is a ready one over malloc and free.
  * 5. A record belongs to one thread during a call.
@@ -16,7 +29,7 @@
  *    quelerr_Status status;
  *    quelerr_heapStatus_init(&status);
  *    ... calls ...
- *    if (status.code < 0) fprintf(stderr, "%d %s\n", status.code, status.json ? status.json : "");
+ *    if (status.code != 0) fprintf(stderr, "%d %s\n", status.code, status.json ? status.json : "");
  *    quelerr_heapStatus_release(&status);
  */
 #ifndef QUELERR_STATUS_H

@@ -3,33 +3,57 @@
  * Conventions, which hold for every function unless its comment says otherwise:
  *
  *  1. Status. The last argument is the caller's record (quelerr_status.h); it must not be null.
- *     Every function that takes one looks at it on entry: if it holds an error, the function
- *     looks at no other argument, sends nothing, changes nothing and returns its failure value.
- *     So a chain of calls needs one test at its end. A warning stops nothing. Success writes
- *     nothing to it.
- *  2. Failure. A failed function returns the failure value that its comment names. That value alone
- *     decides nothing, since it can be a right answer too: a negative status.code says failure.
+ *     Begin with a code of 0. A code other than 0 then says that a call has failed, one above 0 no
+ *     less than one below: success writes nothing, and what comes as a warning is a service's
+ *     refusal of the call. Test
+ *        status.code != 0     at the end of a chain of calls, and before the result of one call is
+ *                             given to the next
+ *        result == NULL       before a result that is a pointer is used, whatever the code: a
+ *                             service may refuse a call with a code of 0, and then only the null
+ *                             tells. Of a call that gives no pointer, such a refusal cannot be told
+ *                             from success
+ *     Every function that takes a status looks at it on entry: if it holds an error (below 0), the
+ *     function looks at no other argument, sends nothing, changes nothing and returns its failure
+ *     value. So the first error ends a chain, and one test at the end of it is enough where no call
+ *     uses the result of another. A warning (above 0) stops nothing: what follows is called.
+ *        zerovaapi_Session session = zerovaapi_createSession(&status);
+ *        if (session) {
+ *           int32_t ticket = zerovaapi_calculateRoute(session, from, to, NULL, &status);
+ *           if (status.code == 0) {
+ *              zerovaapi_reserveRoute(session, ticket, &status);
+ *              zerovaapi_programRoute(session, ticket, &status);
+ *           }
+ *        }
+ *        if (!session || status.code != 0) ... it has failed ...
+ *  2. Failure. A failed function returns the failure value that its comment names. A null pointer
+ *     is never a right answer; every other failure value can be one, and decides nothing by itself.
  *  3. Text is UTF-8 and NUL-terminated. A text argument is copied before the call goes on and never
  *     kept; it must not be null and may be empty. The library does not interpret names, URIs or
  *     values: they go to the service as they stand.
  *  4. Handles (the pointer types below) are not checked: null, or a handle that was released, is
- *     not allowed, except where null is named. Every release function takes null and then does
- *     nothing.
+ *     not allowed, except where null is named. A null that a failed call gave may go on only to a
+ *     function that takes a status, and only while that holds an error. Every release function
+ *     takes null and then does nothing.
  *  5. Ownership. "Owned" results belong to the caller, who releases them with the function named.
  *     "Borrowed" results live inside another object, die with it, and are never released.
  *  6. Blocking. A function with a session argument sends one request and blocks until the service
- *     has answered or the connection has broken; there is no time-out. Functions without one do
- *     not block, apart from the three that create a session.
+ *     has taken it and answered, or the connection has broken; there is no time-out. Functions
+ *     without one do not block, apart from the three that create a session, which say for how long.
  *  7. Threads. One session is used by one thread at a time; so is an attribute object, and a status
  *     during a call. Different objects are independent. Several threads may read one container.
  *  8. Call codes are the codes that any function which asks the service can leave:
  *        any        the service's own code, with the text that the service gave, both unchanged;
  *                   the session goes on working. The function has failed, also when the service
- *                   gave a warning or 0
+ *                   gave a warning or 0 (rule 1)
  *        -52024     the connection or the protocol failed; nothing repairs a session, so destroy it
  *                   and create a new one
- *        -52000     out of memory
+ *        -52000     out of memory, or a reply that announces far more than it holds; the next call
+ *                   works, unless it was not to be seen that the whole reply was read: then the
+ *                   connection is closed, and every later call gives -52024
  *        -52003     any other failure inside the library
+ *  9. Stack. A call needs at most 16 KiB of its thread's stack; what resize and the system's
+ *     resolver of host names need comes on top. What else the library needs from the process that
+ *     loads it, and what it leaves alone there, stands in docs/host.md.
  */
 #ifndef ZEROVAAPI_H
 #define ZEROVAAPI_H
@@ -85,12 +109,21 @@ enum
 
 /* Sessions.
  *
- * Each create function connects and agrees on the protocol version. While the service cannot be
- * reached it tries again, every 50 ms for 5000 ms; an attempt that has begun runs to its end. Codes
- * of all three:
+ * Each create function makes attempts to connect and to agree on the protocol version, until one
+ * succeeds, one fails with another code than -89168, or 5000 ms have passed; two attempts are at
+ * most 50 ms apart. The time bounds the start of attempts: one that has begun runs to its end, so
+ * a create function can block for 5000 ms and one whole attempt. An attempt blocks for
+ *    the endpoint      of this machine: 3000 ms at a time while the service has no room for one
+ *                      more connection; not at all if there is no service
+ *    another machine   see zerovaapi_createRemoteSession
+ *    the version       until the service has answered or the connection has broken: without limit.
+ *                      A service that has stopped working may well take connections
+ * The result is null on failure, whatever the code: test it before it is used (rule 1). Codes of
+ * all three:
  *    -89168     the service could not be reached within that time; the text is the last attempt's
- *    any        the service refused the version: its own code and text, at once. With a code of 0
- *               or above the status holds no error, and the result is null all the same
+ *    any        the service refused the version: its own code and text, at once, unless the code is
+ *               -89168. With a code of 0 or above the status holds no error, and the result is null
+ *               all the same
  *    -52000     out of memory
  *    -52003     any other failure inside the library */
 
@@ -103,9 +136,21 @@ ZEROVAAPI_EXPORT zerovaapi_Session zerovaapi_createSession(quelerr_Status* statu
 /* Connects to the service on another machine, over TCP at the port that the host's locator names.
  *
  * host: name or address, without a port. An empty one connects to no remote machine but to the
- * local endpoint named "Trevanta/Zerova". Looks at the status on entry. Each wait for the locator
- * is bounded by 5000 ms of its own. Returns a session, owned: zerovaapi_destroySession. On
- * failure null. */
+ * local endpoint named "Trevanta/Zerova". Looks at the status on entry. Returns a session, owned:
+ * zerovaapi_destroySession. On failure null.
+ * An attempt blocks in turn for
+ *    the name             twice, for the locator and for the service, for as long as the system's
+ *                         resolver does. An address needs no resolver
+ *    the locator          5000 ms for the connection, 5000 ms for the request, and 5000 ms for each
+ *                         byte of the reply up to the end of the line that names the port. One that
+ *                         sends other lines, however slowly, is read without limit
+ *    the locator's end    until it closes the connection, 60000 ms for each further byte: 60000 ms
+ *                         in all with one that stays silent and open, without limit with one that
+ *                         goes on sending
+ *    the connection       for as long as the system tries, address by address: about two minutes on
+ *                         Linux for a host that does not answer. It is tried when no locator was
+ *                         reached, too
+ *    the version          without limit, as above */
 ZEROVAAPI_EXPORT zerovaapi_Session zerovaapi_createRemoteSession(const char* host,
                                                                  quelerr_Status* status);
 
@@ -175,8 +220,8 @@ ZEROVAAPI_EXPORT void zerovaapi_destroyRoute(zerovaapi_Session session, int32_t 
  *
  * ticket: as returned by zerovaapi_calculateRoute; any number is sent unchanged.
  * Looks at the status on entry. Returns a container, possibly empty, owned:
- * zerovaapi_DeviceContainer_destroy. It outlives the session. On failure null. Codes: call codes.
- * */
+ * zerovaapi_DeviceContainer_destroy. It outlives the session. On failure null, which is walked as
+ * an empty container; rule 1 tells the two apart. Codes: call codes. */
 ZEROVAAPI_EXPORT zerovaapi_DeviceContainer zerovaapi_getRouteInfo(zerovaapi_Session session,
                                                                   int32_t ticket,
                                                                   quelerr_Status* status);
@@ -235,12 +280,20 @@ ZEROVAAPI_EXPORT void zerovaapi_destroyAllImmediateRoutes(zerovaapi_Session sess
 
 /* Route attributes.
  *
- * Only what was set is sent; for the rest the service applies its own defaults. */
+ * Only what was set is sent; for the rest the service applies its own defaults.
+ *
+ * The six functions that give a map take no status, so a null object must not get as far as them,
+ * neither for lack of memory nor because an earlier call had failed:
+ *    zerovaapi_RouteAttributes attrs = zerovaapi_RouteAttributes_new(&status);
+ *    if (attrs)
+ *       zerovaapi_RouteConstraints_setBoolConstraint(
+ *          zerovaapi_RouteAttributes_getConstraints(attrs), name, true, &status); */
 
 /* Makes an attribute object on which nothing is set.
  *
  * Looks at the status on entry. Returns the object, owned: zerovaapi_RouteAttributes_destroy. On
- * failure null. Code: -52000, out of memory. */
+ * failure null, also with an error in the status on entry: test it before a map is taken from it.
+ * Code: -52000, out of memory. */
 ZEROVAAPI_EXPORT zerovaapi_RouteAttributes zerovaapi_RouteAttributes_new(quelerr_Status* status);
 
 /* Releases an attribute object, and with it the six maps inside.
@@ -284,38 +337,39 @@ ZEROVAAPI_EXPORT void zerovaapi_RouteAttributes_setOwnerName(zerovaapi_RouteAttr
 
 /* Gives the map of constraints on the whole route.
  *
- * The call alone marks the map as set: from then on it is sent, even while it is empty.
+ * attrs: not null, whatever any status holds; so for all six. The call alone marks the map as set:
+ * from then on it is sent, even while it is empty.
  * Takes no status, cannot fail. Returns a map, borrowed from attrs. */
 ZEROVAAPI_EXPORT zerovaapi_AttributeMap
 zerovaapi_RouteAttributes_getConstraints(zerovaapi_RouteAttributes attrs);
 
 /* Gives the map of constraints on the source, and marks it as set.
  *
- * Takes no status, cannot fail. Returns a map, borrowed from attrs. */
+ * attrs: not null. Takes no status, cannot fail. Returns a map, borrowed from attrs. */
 ZEROVAAPI_EXPORT zerovaapi_AttributeMap
 zerovaapi_RouteAttributes_getSourceConstraints(zerovaapi_RouteAttributes attrs);
 
 /* Gives the map of constraints on the destination, and marks it as set.
  *
- * Takes no status, cannot fail. Returns a map, borrowed from attrs. */
+ * attrs: not null. Takes no status, cannot fail. Returns a map, borrowed from attrs. */
 ZEROVAAPI_EXPORT zerovaapi_AttributeMap
 zerovaapi_RouteAttributes_getDestinationConstraints(zerovaapi_RouteAttributes attrs);
 
 /* Gives the map of optional modifiers, and marks it as set.
  *
- * Takes no status, cannot fail. Returns a map, borrowed from attrs. */
+ * attrs: not null. Takes no status, cannot fail. Returns a map, borrowed from attrs. */
 ZEROVAAPI_EXPORT zerovaapi_AttributeMap
 zerovaapi_RouteAttributes_getOptionalModifiers(zerovaapi_RouteAttributes attrs);
 
 /* Gives the map of required modifiers, and marks it as set.
  *
- * Takes no status, cannot fail. Returns a map, borrowed from attrs. */
+ * attrs: not null. Takes no status, cannot fail. Returns a map, borrowed from attrs. */
 ZEROVAAPI_EXPORT zerovaapi_AttributeMap
 zerovaapi_RouteAttributes_getRequiredModifiers(zerovaapi_RouteAttributes attrs);
 
 /* Gives the map of required modifiers of the destination, and marks it as set.
  *
- * Takes no status, cannot fail. Returns a map, borrowed from attrs. */
+ * attrs: not null. Takes no status, cannot fail. Returns a map, borrowed from attrs. */
 ZEROVAAPI_EXPORT zerovaapi_AttributeMap
 zerovaapi_RouteAttributes_getDestinationRequiredModifiers(zerovaapi_RouteAttributes attrs);
 
@@ -363,13 +417,28 @@ ZEROVAAPI_EXPORT void zerovaapi_RouteModifiers_setStringModifier(zerovaapi_Attri
  * A container is walked like this:
  *    for (i = begin(c); !isEnd(c, i); next(&i)) ...
  * It never changes, it holds copies of all that the service answered, and it outlives its
- * session. */
+ * session. A null one, as a failed call gives it, has no elements.
+ *
+ * An attribute that a terminal does not have leaves an error, which would keep every later call
+ * with that status from being made. What not every terminal has is read with a status of its own:
+ *    quelerr_Status own;
+ *    quelerr_heapStatus_init(&own);
+ *    for (i = begin(c); !isEnd(c, i); next(&i)) {
+ *       const char* owner = zerovaapi_TerminalIterator_getStringAttribute(c, i, "Owner", &own);
+ *       bool inverted = zerovaapi_TerminalIterator_getBoolAttribute(c, i, "Invert", &own);
+ *       ... owner is null, inverted is false where there is none ...
+ *       own.code = 0;
+ *    }
+ *    quelerr_heapStatus_release(&own);
+ * Where an absent boolean is not the same as false, own.code tells, if it was 0 before. */
 
 /* Lists the devices on which the service can route.
  *
  * Looks at the status on entry. Returns an array of texts that ends with a null pointer, one block
  * with its texts, owned: zerovaapi_destroyStringArray. No devices give an array of just the null
- * pointer. On failure null. Codes: call codes. */
+ * pointer. On failure null, which is no array: test it before it is walked,
+ *    for (name = names; name && *name; ++name) ...
+ * Codes: call codes. */
 ZEROVAAPI_EXPORT char** zerovaapi_getRoutableDevices(zerovaapi_Session session,
                                                      quelerr_Status* status);
 
@@ -378,7 +447,8 @@ ZEROVAAPI_EXPORT char** zerovaapi_getRoutableDevices(zerovaapi_Session session,
  * dev_name: the device. attribute_names: the attributes wanted, an array of texts that ends with a
  * null pointer; a null array stands for an empty one.
  * Looks at the status on entry. Returns a container, possibly empty, owned:
- * zerovaapi_TerminalContainer_destroy. On failure null. Codes: call codes. */
+ * zerovaapi_TerminalContainer_destroy. On failure null, which is walked as an empty container;
+ * rule 1 tells the two apart. Codes: call codes. */
 ZEROVAAPI_EXPORT zerovaapi_TerminalContainer zerovaapi_getTerminalNamesAndAttributesForDevice(
    zerovaapi_Session session, const char* dev_name, const char* const* attribute_names,
    quelerr_Status* status);
@@ -408,20 +478,20 @@ ZEROVAAPI_EXPORT void zerovaapi_TerminalIterator_next(zerovaapi_Iterator* iterat
 
 /* Tells whether a position is at or behind the end of a device container.
  *
- * Takes no status, cannot fail. */
+ * container: null is allowed, and every position is at its end. Takes no status, cannot fail. */
 ZEROVAAPI_EXPORT bool zerovaapi_DeviceIterator_isEnd(zerovaapi_DeviceContainer container,
                                                      zerovaapi_Iterator iterator);
 
 /* Tells whether a position is at or behind the end of a terminal container.
  *
- * Takes no status, cannot fail. */
+ * container: null is allowed, and every position is at its end. Takes no status, cannot fail. */
 ZEROVAAPI_EXPORT bool zerovaapi_TerminalIterator_isEnd(zerovaapi_TerminalContainer container,
                                                        zerovaapi_Iterator iterator);
 
 /* Gives the name of a device.
  *
- * iterator: ask zerovaapi_DeviceIterator_isEnd first. At or behind the end a C++ std::out_of_range
- * leaves the function.
+ * iterator: ask zerovaapi_DeviceIterator_isEnd first. At or behind the end, and so for every
+ * position of a null container, a C++ std::out_of_range leaves the function.
  * Takes no status. Returns a text, borrowed from container. */
 ZEROVAAPI_EXPORT const char*
 zerovaapi_DeviceIterator_getDeviceName(zerovaapi_DeviceContainer container,
@@ -429,8 +499,8 @@ zerovaapi_DeviceIterator_getDeviceName(zerovaapi_DeviceContainer container,
 
 /* Gives the terminals of a device.
  *
- * iterator: ask zerovaapi_DeviceIterator_isEnd first. At or behind the end a C++ std::out_of_range
- * leaves the function.
+ * iterator: ask zerovaapi_DeviceIterator_isEnd first. At or behind the end, and so for every
+ * position of a null container, a C++ std::out_of_range leaves the function.
  * Takes no status. Returns a container, borrowed from container: it must not be destroyed. */
 ZEROVAAPI_EXPORT zerovaapi_TerminalContainer zerovaapi_DeviceIterator_getTerminalContainer(
    zerovaapi_DeviceContainer container, zerovaapi_Iterator iterator);
@@ -440,8 +510,10 @@ ZEROVAAPI_EXPORT zerovaapi_TerminalContainer zerovaapi_DeviceIterator_getTermina
  * name: the attribute.
  * Does not look at the status on entry: a present attribute is returned whatever the status holds,
  * and a failure is recorded unless the status holds an error.
- * Returns a text, borrowed from container. On failure null. Codes: -52005, the position is at or
- * behind the end, or the terminal has no string of that name; -52000, out of memory. */
+ * Returns a text, borrowed from container. On failure null, which is no text: test it before it is
+ * read. Codes: -52005, the position is at or behind the end, as every position of a null container
+ * is, or the terminal has no string of that name (for an attribute that need not be there, see
+ * "Devices and terminals" above); -52000, out of memory. */
 ZEROVAAPI_EXPORT const char*
 zerovaapi_TerminalIterator_getStringAttribute(zerovaapi_TerminalContainer container,
                                               zerovaapi_Iterator iterator, const char* name,
@@ -452,8 +524,9 @@ zerovaapi_TerminalIterator_getStringAttribute(zerovaapi_TerminalContainer contai
  * name: the attribute.
  * Does not look at the status on entry: a present attribute is returned whatever the status holds,
  * and a failure is recorded unless the status holds an error.
- * On failure false. Codes: -52005, the position is at or behind the end, or the terminal has no
- * boolean of that name; -52000, out of memory. */
+ * On failure false. Codes: -52005, the position is at or behind the end, as every position of a
+ * null container is, or the terminal has no boolean of that name (for an attribute that need not be
+ * there, see "Devices and terminals" above); -52000, out of memory. */
 ZEROVAAPI_EXPORT bool
 zerovaapi_TerminalIterator_getBoolAttribute(zerovaapi_TerminalContainer container,
                                             zerovaapi_Iterator iterator, const char* name,

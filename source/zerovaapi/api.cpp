@@ -75,16 +75,17 @@ void setEntry(AttributeMap& map, const char* name, const char* value)
    map[name].str_attr = value;
 }
 
-DeviceInfo& deviceAt(zerovaapi_DeviceContainer container, zerovaapi_Iterator iterator)
+// Nothing is in a null container, which is what a failed call gives: callers walk it as an empty one.
+template <typename Container>
+bool isAtEnd(Container container, zerovaapi_Iterator iterator)
 {
-   Devices& devices = *unwrap(container);
-   if (iterator >= devices.size()) throw std::out_of_range("invalid vector subscript");
-   return devices[iterator];
+   return !container || iterator >= unwrap(container)->size();
 }
 
-bool isAtEnd(zerovaapi_TerminalContainer container, zerovaapi_Iterator iterator)
+DeviceInfo& deviceAt(zerovaapi_DeviceContainer container, zerovaapi_Iterator iterator)
 {
-   return iterator >= unwrap(container)->size();
+   if (isAtEnd(container, iterator)) throw std::out_of_range("invalid vector subscript");
+   return (*unwrap(container))[iterator];
 }
 
 // Null unless the terminal has an attribute of that name and type. The type tag alone counts.
@@ -384,7 +385,7 @@ void zerovaapi_TerminalIterator_next(zerovaapi_Iterator*)
 bool zerovaapi_DeviceIterator_isEnd(zerovaapi_DeviceContainer container,
                                     zerovaapi_Iterator iterator)
 {
-   return iterator >= unwrap(container)->size();
+   return isAtEnd(container, iterator);
 }
 
 bool zerovaapi_TerminalIterator_isEnd(zerovaapi_TerminalContainer container,

@@ -5,8 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <barrier>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -206,6 +209,30 @@ TEST_F(Terminals, EachFailureHasALineOfItsOwn)
    EXPECT_EQ(std::unique(lines.begin(), lines.end()), lines.end());
 }
 
+TEST_F(Terminals, MayBeReadByManyThreadsAtOnce)
+{
+   constexpr int kThreads = 4;
+   std::barrier start(kThreads);
+   std::vector<int> found(kThreads, 0);
+   std::vector<std::thread> threads;
+   for (int& count : found)
+      threads.emplace_back([&] {
+         quelerr_Status own;
+         quelerr_heapStatus_init(&own);
+         start.arrive_and_wait();
+         for (int round = 0; round < 100; ++round) {
+            const char* const value = text("text", &own);
+            if (value && std::string(value) == "value" && flag("flag", &own)) ++count;
+            flag("gone", &own);
+            own.code = 0;
+         }
+         quelerr_heapStatus_release(&own);
+      });
+   for (std::thread& thread : threads)
+      thread.join();
+   EXPECT_THAT(found, testing::Each(100));
+}
+
 TEST(TerminalRequest, NullAndEmptyNameArraysSendTheSame)
 {
    PeerSession session(answeringPlainly());
@@ -318,6 +345,47 @@ TEST(Devices, PositionAtTheEndThrowsOutOfTheFunction)
       EXPECT_EQ(outOfRange([&] { zerovaapi_DeviceIterator_getTerminalContainer(devices, at); }),
                 "invalid vector subscript");
    }
+   zerovaapi_DeviceContainer_destroy(devices);
+}
+
+// What a call gives that failed: nothing is in it, wherever one looks.
+
+TEST(NullContainer, IsAtItsEnd)
+{
+   for (const zerovaapi_Iterator at : {zerovaapi_Iterator{0}, zerovaapi_Iterator{UINT64_MAX}}) {
+      EXPECT_TRUE(zerovaapi_DeviceIterator_isEnd(nullptr, at));
+      EXPECT_TRUE(zerovaapi_TerminalIterator_isEnd(nullptr, at));
+   }
+   EXPECT_EQ(zerovaapi_DeviceContainer_begin(nullptr), 0u);
+   EXPECT_EQ(zerovaapi_TerminalContainer_begin(nullptr), 0u);
+}
+
+TEST(NullContainer, HasNoAttributes)
+{
+   CheckedStatus ofText;
+   EXPECT_EQ(zerovaapi_TerminalIterator_getStringAttribute(nullptr, 0, "Name", ofText), nullptr);
+   EXPECT_EQ(ofText.code(), -52005);
+   CheckedStatus ofFlag;
+   EXPECT_FALSE(zerovaapi_TerminalIterator_getBoolAttribute(nullptr, 0, "Name", ofFlag));
+   EXPECT_EQ(ofFlag.code(), -52005);
+}
+
+TEST(NullContainer, HasNoDeviceAndThrowsOutOfTheFunction)
+{
+   EXPECT_EQ(outOfRange([] { zerovaapi_DeviceIterator_getDeviceName(nullptr, 0); }),
+             "invalid vector subscript");
+   EXPECT_EQ(outOfRange([] { zerovaapi_DeviceIterator_getTerminalContainer(nullptr, 0); }),
+             "invalid vector subscript");
+}
+
+TEST(NullContainer, OfARefusalWithCodeZeroIsWalkedAsAnEmptyOne)
+{
+   PeerSession session(answering(statusReply("getRouteInfo", 0, "{}")));
+   CheckedStatus status;
+   const zerovaapi_DeviceContainer devices = zerovaapi_getRouteInfo(session, 1, status);
+   EXPECT_EQ(devices, nullptr);
+   EXPECT_EQ(status.code(), 0);
+   EXPECT_TRUE(zerovaapi_DeviceIterator_isEnd(devices, zerovaapi_DeviceContainer_begin(devices)));
    zerovaapi_DeviceContainer_destroy(devices);
 }
 

@@ -144,6 +144,37 @@ TEST(Reply, DescriptionLongerThanAnyBufferArrivesWhole)
    EXPECT_EQ(status.json(), text);
 }
 
+// What quelerr_status.h tells a host not to rely on.
+TEST(Reply, DescriptionIsWhateverTheServiceGaveUpToItsFirstNul)
+{
+   const std::vector<std::pair<std::string, std::string>> texts = {
+      {"", ""},
+      {"no JSON", "no JSON"},
+      {R"({"open":)", R"({"open":)"},
+      {"[1]", "[1]"},
+      {"\xFF\xC3 \x01\n", "\xFF\xC3 \x01\n"},
+      {std::string("{}\0behind", 9), "{}"}};
+   for (const auto& [given, kept] : texts) {
+      SCOPED_TRACE(testing::PrintToString(given));
+      PeerSession session(answering(statusReply("reserveRoute", -52024, given)));
+      CheckedStatus status;
+      status.allowAnyText();
+      zerovaapi_reserveRoute(session, 1, status);
+      EXPECT_EQ(status.code(), -52024);
+      EXPECT_EQ(status.json(), kept);
+   }
+}
+
+TEST(Reply, MessageThatIsNoUtf8StaysAsItWasGivenInADocumentOfTheLibrary)
+{
+   PeerSession session(answering(exceptionReply("reserveRoute", 6, "\xFF\xC3 \"\x01\"")));
+   CheckedStatus status;
+   zerovaapi_reserveRoute(session, 1, status);
+   EXPECT_EQ(status.code(), -52024);
+   EXPECT_THAT(status.json(), HasSubstr("\"component\":\"zerovaapi\""));
+   EXPECT_THAT(status.json(), HasSubstr(":\"\xFF\xC3 \\\"\\u0001\\\"\"}"));
+}
+
 TEST(Reply, ExceptionsHaveTheTextOfTheirTypeUnlessTheyBringOne)
 {
    const std::vector<std::pair<int32_t, std::string>> texts = {{0, "Unknown application exception"},

@@ -1,11 +1,10 @@
 // The example program for people at a bench, run as they run it, from the root of the sources.
+#include "support/program_outcome.h"
 #include "support/scratch_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <string>
 
 namespace {
@@ -23,15 +22,9 @@ struct Outcome
 
 Outcome describe(const std::string& arguments)
 {
-   FILE* const pipe =
-      popen(("cd " EXAMPLES "/.. && " DESCRIBE_ERROR " " + arguments + " 2>&1").c_str(), "r");
-   if (!pipe) return {false, "could not be started"};
-   Outcome outcome{};
-   std::array<char, 4096> piece;
-   while (const size_t length = fread(piece.data(), 1, piece.size(), pipe))
-      outcome.output.append(piece.data(), length);
-   outcome.succeeded = pclose(pipe) == 0;
-   return outcome;
+   const ProgramOutcome outcome =
+      runProgram("cd " EXAMPLES "/.. && " DESCRIBE_ERROR " " + arguments);
+   return {outcome.exitCode == 0, outcome.output};
 }
 
 // The options for files of a test's own, which tell what -52006 means in three languages.

@@ -161,6 +161,50 @@ TEST_F(Locator, EachStepHasItsTimeLimit)
    EXPECT_EQ(contacted, 1);
 }
 
+// A limit for the line or for the whole reply would leave later bytes less, as the ticks run on.
+TEST_F(Locator, EachByteOfAReplyHasTheWholeTimeLimitAgain)
+{
+   const std::string reply = "HTTP/1.0 200 OK\r\n\r\nPort=1234\r\n";
+   const LocatorPeer locator(kHost, Script().receiveUntil("\r\n\r\n").trickle(reply), 0);
+   const faults::SteppedTicks ticks(0, 4000);
+   const faults::WatchedPoll polls;
+   EXPECT_EQ(queryServiceLocation(kHost, locator.port(), kPath, nullptr), 1234);
+   std::vector<int> limits(2 + reply.size(), 5000); // the connect, the request, each byte
+   limits.push_back(60000);                         // the end of the connection
+   EXPECT_EQ(polls.limits(), limits);
+}
+
+TEST_F(Locator, StayingOpenAfterTheAnswerCosts60SecondsOnce)
+{
+   const LocatorPeer locator(kHost, Script().receiveUntil("\r\n\r\n").send("Port=7\n").hold(), 0);
+   faults::WatchedPoll polls;
+   polls.timeOutFrom(9); // behind the connect, the request and the seven bytes
+   EXPECT_EQ(queryServiceLocation(kHost, locator.port(), kPath, nullptr), 7);
+   std::vector<int> limits(9, 5000);
+   limits.push_back(60000);
+   EXPECT_EQ(polls.limits(), limits);
+}
+
+TEST_F(Locator, EachByteBehindTheAnswerIsWaitedForAnother60Seconds)
+{
+   const LocatorPeer locator(kHost, Script().receiveUntil("\r\n\r\n").send("Port=7\nab").hold(), 0);
+   const faults::SteppedTicks ticks(0, 59000);
+   faults::WatchedPoll polls;
+   polls.timeOutFrom(11);
+   EXPECT_EQ(queryServiceLocation(kHost, locator.port(), kPath, nullptr), 7);
+   std::vector<int> limits(9, 5000);
+   limits.insert(limits.end(), {60000, 60000, 60000});
+   EXPECT_EQ(polls.limits(), limits);
+}
+
+TEST_F(Locator, AddressNeedsNoResolver)
+{
+   const LocatorPeer locator(kHost, "Port=1\n", 0);
+   const faults::NamelessNetwork network;
+   EXPECT_EQ(queryServiceLocation(kHost, locator.port(), kPath, nullptr), 1);
+   EXPECT_TRUE(network.asked().empty());
+}
+
 TEST_F(Locator, RequestThatCannotBeSentFailsAndIsNoContact)
 {
    const LocatorPeer locator(kHost, Script().hold(), 0);
