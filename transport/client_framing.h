@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <new>
@@ -201,9 +202,9 @@ private:
    // The name of the method that was called: a request stays in its buffer until the next one.
    std::string_view calledMethod() const
    {
-      const uint8_t* const length =
-         wBuf_.get() + 2 * kLengthSize; // behind the frame's and the version
-      const uint32_t size = static_cast<uint32_t>(length[2]) << 8 | length[3];
+      constexpr size_t kAt = 8; // behind the length of the frame and the version
+      const uint8_t* const length = wBuf_.get() + kAt;
+      const size_t size = static_cast<size_t>(length[2]) << 8 | length[3];
       return {reinterpret_cast<const char*>(length) + kLengthSize, size};
    }
 

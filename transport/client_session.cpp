@@ -101,7 +101,7 @@ std::unique_ptr<ClientSession> openClientSession(const std::string& pipeName,
    return session;
 }
 
-void dropUnfinishedCall(ClientSession& session) noexcept
+void dropUnfinishedCall(ClientSession& session)
 {
    auto* const framing = dynamic_cast<ClientFraming*>(session.framed.get());
    if (framing && !framing->dropUnfinished()) session.transport->close();

@@ -34,7 +34,7 @@ std::unique_ptr<ClientSession> openClientSession(const std::string& pipeName,
 // Brings a session back in step whose call ended for lack of memory, so that the next call finds it
 // as if that one had not been made. Where that cannot be shown, closes its transport: the next call
 // must not take for its own what was the answer to this one. Allocates nothing.
-void dropUnfinishedCall(ClientSession& session) noexcept;
+void dropUnfinishedCall(ClientSession& session);
 
 } // namespace zerova
 
