@@ -6,6 +6,14 @@
 #include <locale.h>
 #include <stdexcept>
 
+#ifdef __SANITIZE_ADDRESS__
+// The C library does not give back the list of folders that it makes of LOCPATH for each search.
+extern "C" const char* __lsan_default_suppressions()
+{
+   return "leak:argz_add_sep";
+}
+#endif
+
 namespace {
 
 struct Row
