@@ -28,5 +28,9 @@ for document in [*sorted(root.glob("*.md")), *sorted((root / "docs").glob("*.md"
         elif anchor and anchor not in anchors(led_to.read_text(encoding="utf-8")):
             faults.append(f"{document.relative_to(root)}: {target} has no heading {anchor}")
 
+for document in sorted((root / "docs").glob("*.md")):
+    if f"](docs/{document.name})" not in readme:
+        faults.append(f"README.md does not lead to docs/{document.name}")
+
 print("\n".join(faults) or "README.md and the documents agree with the tree")
 sys.exit(bool(faults))
