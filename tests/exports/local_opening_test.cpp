@@ -41,21 +41,27 @@ std::string pathOf(const LocalEndpoint& endpoint)
    return buildEndpointDir() + "/" + endpoint.name;
 }
 
-// The folders that an endpoint stands in. What they hold in the end goes with them.
+// The folders that an endpoint stands in, with nothing in the endpoint's place. What is there in the
+// end goes, and so do the folders that were made for it.
 class EndpointFolder
 {
 public:
    explicit EndpointFolder(const LocalEndpoint& endpoint)
       : file_(pathOf(endpoint))
    {
+      for (fs::path folder = file_.parent_path(); !fs::exists(folder);
+           folder = folder.parent_path())
+         made_.push_back(folder);
       fs::create_directories(file_.parent_path());
+      if (fs::is_directory(file_)) fs::remove(file_); // of a test that was killed
+      // Replaces what another such test left, and does not replace a service that runs.
+      const Listener trial = Listener::local(endpoint.name);
    }
    ~EndpointFolder()
    {
       std::error_code ignored;
-      fs::remove_all(file_, ignored);
-      for (fs::path folder = file_.parent_path();
-           folder != fs::path(buildEndpointDir()).parent_path(); folder = folder.parent_path())
+      fs::remove(file_, ignored);
+      for (const fs::path& folder : made_)
          fs::remove(folder, ignored); // refused while others use it
    }
    EndpointFolder(const EndpointFolder&) = delete;
@@ -65,6 +71,7 @@ public:
 
 private:
    fs::path file_;
+   std::vector<fs::path> made_; // the innermost first
 };
 
 // A socket on which nobody listens any more.
