@@ -1,0 +1,89 @@
+# What cmake --install puts where. Components: runtime (what a program that uses the library needs),
+# development, doc. All of it may be moved together afterwards.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(ZEROVA_INSTALL_TEXTSDIR "${CMAKE_INSTALL_DATADIR}/zerovaapi/texts" CACHE STRING
+   "Folder of the library's own error descriptions, below the prefix")
+set(packages_dir "${CMAKE_INSTALL_LIBDIR}/cmake/zerovaapi")
+set(pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+set(ZEROVA_INSTALL_PROGRAMSDIR "${CMAKE_INSTALL_LIBDIR}/zerovaapi/examples")
+# Not the architecture's: the system reads it here alone.
+set(tmpfiles_dir "lib/tmpfiles.d")
+
+# First, since rules are carried out in their order: whether the prefix can be written to, and which
+# folders are made for us and go again.
+set(folders "${CMAKE_INSTALL_LIBDIR}" "${CMAKE_INSTALL_INCLUDEDIR}" "${ZEROVA_INSTALL_TEXTSDIR}"
+   "${CMAKE_INSTALL_MANDIR}/man7" "${packages_dir}" "${pkgconfig_dir}" "${CMAKE_INSTALL_DOCDIR}" "${tmpfiles_dir}"
+   "${ZEROVA_INSTALL_PROGRAMSDIR}")
+if(NOT ZEROVA_BUILD_EXAMPLES)
+   list(REMOVE_ITEM folders "${ZEROVA_INSTALL_PROGRAMSDIR}")
+endif()
+configure_file(cmake/prepare_install.cmake.in "${PROJECT_BINARY_DIR}/prepare_install.cmake" @ONLY)
+install(SCRIPT "${PROJECT_BINARY_DIR}/prepare_install.cmake" ALL_COMPONENTS)
+
+install(TARGETS zerovaapi EXPORT zerovaapiTargets
+   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
+   INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+install(FILES include/zerovaapi.h include/quelerr_status.h include/lorvex_translator.h
+   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
+
+install(EXPORT zerovaapiTargets NAMESPACE zerovaapi:: DESTINATION "${packages_dir}" COMPONENT development)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/zerovaapiConfigVersion.cmake"
+   COMPATIBILITY SameMajorVersion)
+install(FILES cmake/zerovaapiConfig.cmake "${PROJECT_BINARY_DIR}/zerovaapiConfigVersion.cmake"
+   DESTINATION "${packages_dir}" COMPONENT development)
+
+# zerova_relative_to_prefix(variable folder): the folder as the pkg-config file names it, which is
+# found with the prefix unless it was set to be absolute.
+function(zerova_relative_to_prefix variable folder)
+   if(IS_ABSOLUTE "${folder}")
+      set(${variable} "${folder}" PARENT_SCOPE)
+   else()
+      set(${variable} "\${prefix}/${folder}" PARENT_SCOPE)
+   endif()
+endfunction()
+zerova_relative_to_prefix(pc_includedir "${CMAKE_INSTALL_INCLUDEDIR}")
+zerova_relative_to_prefix(pc_libdir "${CMAKE_INSTALL_LIBDIR}")
+zerova_relative_to_prefix(pc_textsdir "${ZEROVA_INSTALL_TEXTSDIR}")
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+   set(pc_prefix "${CMAKE_INSTALL_PREFIX}")
+else()
+   file(RELATIVE_PATH way_up "/${pkgconfig_dir}" "/")
+   string(REGEX REPLACE "/$" "" way_up "${way_up}")
+   set(pc_prefix "\${pcfiledir}/${way_up}")
+endif()
+configure_file(cmake/zerovaapi.pc.in "${PROJECT_BINARY_DIR}/zerovaapi.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/zerovaapi.pc" DESTINATION "${pkgconfig_dir}" COMPONENT development)
+
+# The folder in which the service listens. A service may bring a file of its own for it: of two that
+# name one folder, the system heeds the one whose name comes first.
+configure_file(packaging/tmpfiles.conf.in "${PROJECT_BINARY_DIR}/zerovaapi.conf" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/zerovaapi.conf" DESTINATION "${tmpfiles_dir}" COMPONENT runtime)
+if(TARGET zerova_notices)
+   install(FILES "${PROJECT_BINARY_DIR}/third-party.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
+endif()
+
+set(man_page "${PROJECT_BINARY_DIR}/zerovaapi.7")
+add_custom_command(OUTPUT "${man_page}"
+   COMMAND Python3::Interpreter -B "${PROJECT_SOURCE_DIR}/docs/man/generate_man.py" "${PROJECT_SOURCE_DIR}/include"
+      ${PROJECT_VERSION} "${ZEROVA_ENDPOINT_DIR}" "${ZEROVA_REGISTRY_DIR}" "${man_page}"
+   DEPENDS docs/man/generate_man.py include/zerovaapi.h include/quelerr_status.h include/lorvex_translator.h
+   COMMENT "Generating the manual page from the headers"
+   VERBATIM)
+add_custom_target(zerova_man ALL DEPENDS "${man_page}")
+install(FILES "${man_page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man7" COMPONENT development)
+
+# As they stand in the sources, for the links from one to another.
+install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc
+   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE)
+install(FILES README.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc)
+install(DIRECTORY examples/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT doc PATTERN .clang-tidy EXCLUDE)
+
+configure_file(cmake/uninstall.cmake.in "${PROJECT_BINARY_DIR}/uninstall.cmake" @ONLY)
+if(PROJECT_IS_TOP_LEVEL)
+   add_custom_target(uninstall
+      COMMAND "${CMAKE_COMMAND}" -P "${PROJECT_BINARY_DIR}/uninstall.cmake"
+      COMMENT "Removing what was installed"
+      VERBATIM)
+endif()
