@@ -77,7 +77,7 @@ install(FILES "${man_page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man7" COMPONENT
 # As they stand in the sources, for the links from one to another.
 install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc
    FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE)
-install(FILES README.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc)
 install(DIRECTORY examples/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT doc PATTERN .clang-tidy EXCLUDE)
 
 configure_file(cmake/uninstall.cmake.in "${PROJECT_BINARY_DIR}/uninstall.cmake" @ONLY)
