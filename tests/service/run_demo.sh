@@ -14,7 +14,7 @@ service=$1/tests/service/zerova_service_standin
 tour=$1/examples/${2:-route_tour}
 for program in "$service" "$tour"; do
    if [ ! -x "$program" ]; then
-      echo "run_demo.sh: $program is missing; build with the preset \"test\" first" >&2
+      echo "run_demo.sh: $program is missing; ./dev test builds it in build/test" >&2
       exit 2
    fi
 done
