@@ -1,0 +1,275 @@
+#!/usr/bin/env python3
+"""Puts faults into a copy of the library, one at a time, and tells which of them the suite catches.
+
+Usage: mutate.py SEED COUNT [NUMBER...]
+
+Draws faults by the seed until COUNT have been tried; NUMBERs try these of the drawn ones alone. One
+that does not compile, one that is listed in equivalent.json and one of which the compiler makes the
+same code is drawn again. Everything happens in build/mutate, in a copy of the tree. Ends with 1 when
+fewer than 95 of a hundred were caught.
+"""
+
+import argparse
+import collections
+import ctypes
+import hashlib
+import json
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import time
+
+import faults
+
+HERE = pathlib.Path(__file__).resolve().parent
+ROOT = HERE.parents[1]
+WORK = ROOT / "build/mutate"
+TREE = WORK / "tree"
+
+SOURCES = re.compile(
+    r"(quelerr|platform/posix|transport|source/zerovaapi|torvik|lorvex|lorvexlua)/[^/]*\.(cpp|h)|scripts/[^/]*\.lua"
+)
+GOAL = 0.95
+# A test program's limit, beyond which a fault has made it hang: generous, since others share the machine.
+LIMIT_SECONDS = 60
+LIMIT_FACTOR = 5
+
+# What most likely sees a fault of a folder, tried first; everything else follows, the quickest first.
+LIKELY = {
+    "quelerr": ["unit_quelerr", "exports_client", "unit_torvik", "exports_lua_translator"],
+    "platform/posix": [
+        *("unit_platform_files", "unit_platform_code_page", "unit_platform_socket", "unit_torvik"),
+        *("unit_transport", "unit_zerovaapi", "exports_local"),
+    ],
+    "transport": ["unit_transport", "exports_local", "faults_wire"],
+    "source/zerovaapi": ["unit_zerovaapi", "exports_client", "exports_service"],
+    "torvik": ["unit_torvik", "unit_torvik_value_size", "unit_lorvexluautils"],
+    "lorvex": ["unit_lorvex", "unit_lorvex_error_files", "unit_lorvex_mbs", "unit_lorvex_scan_integer"],
+    "lorvexlua": ["unit_lorvexlua", "unit_lorvexluautils", "exports_lua_translator"],
+    "scripts": ["unit_lorvexlua", "exports_lua_translator", "exports_lua_translator_installed"],
+}
+# They look at texts of the tree and never at what the library does.
+NO_TEST_OF_THE_LIBRARY = re.compile(
+    r"^(docs\.|dependencies\.|unit_(bench|fuzz|scripts|mutation)\.|exports\.(.*Compiles|InterfaceIs|Checks))|GenerateCodePages"
+)
+
+
+def run(command, limit=None, **options):
+    """The exit code, or None for one that took longer than the limit, and the output."""
+    process = subprocess.Popen(
+        command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, start_new_session=True, **options
+    )
+    try:
+        output, _ = process.communicate(timeout=limit)
+        return process.returncode, output.decode(errors="replace")
+    except subprocess.TimeoutExpired:
+        os.killpg(process.pid, signal.SIGKILL)
+        output, _ = process.communicate()
+        return None, output.decode(errors="replace")
+
+
+def copy_tree():
+    """Makes the copy like the tree; a file that is the same keeps its time."""
+    listed = subprocess.check_output(["git", "ls-files", "-co", "--exclude-standard", "-z"], cwd=ROOT)
+    wanted = {name for name in listed.decode().split("\0") if name and (ROOT / name).is_file()}
+    for path in [path for path in TREE.rglob("*") if path.is_file() and TREE / "build" not in path.parents]:
+        if str(path.relative_to(TREE)) not in wanted:
+            path.unlink()
+    for name in wanted:
+        target = TREE / name
+        if not target.is_file() or target.read_bytes() != (ROOT / name).read_bytes():
+            target.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(ROOT / name, target)
+
+
+class Lua:
+    """Whether the interpreter can compile a script."""
+
+    def __init__(self):
+        self.library = ctypes.CDLL("liblua5.1.so.0")
+        self.library.luaL_newstate.restype = ctypes.c_void_p
+
+    def compiles(self, text):
+        state = ctypes.c_void_p(self.library.luaL_newstate())
+        code = self.library.luaL_loadstring(state, text.encode())
+        self.library.lua_close(state)
+        return code == 0
+
+
+class Test:
+    """A program of GoogleTest, whole, or another command that CTest knows."""
+
+    def __init__(self, name, command, folder):
+        self.name, self.command, self.folder = name, command, folder
+        self.is_program = False
+        self.seconds = 0.0
+
+    def run(self, *options):
+        limit = LIMIT_SECONDS + LIMIT_FACTOR * self.seconds
+        return run([*self.command, *options], limit, cwd=self.folder)
+
+    def failure(self):
+        """None, or what was seen: the name of the test that failed, again when run alone."""
+        if not self.is_program:
+            code, _ = self.run()
+            return None if code == 0 else self.name
+        code, output = self.run("--gtest_fail_fast")
+        if code == 0:
+            return None
+        named = re.findall(r"\[  FAILED  \] ([^\s.]+\.[^\s,]+)(?:,| \()", output)
+        named = named or re.findall(r"\[ RUN      \] (\S+)", output)[-1:]
+        if not named:
+            return f"{self.name}, which did not start"
+        if code is None:
+            return f"{self.name} {named[0]}, by time-out"
+        # One that fails by chance, on a busy machine, must not count.
+        return f"{self.name} {named[0]}" if self.run(f"--gtest_filter={named[0]}")[0] != 0 else None
+
+
+class Suite:
+    def __init__(self, preset):
+        self.preset = preset
+        self.folder = TREE / "build" / preset
+        self.tests = {}
+
+    def configure(self):
+        dependencies = f"-DZEROVA_DEPENDENCIES={ROOT}/build/dependencies"
+        command = ["cmake", "--preset", self.preset, "--log-level=WARNING", dependencies]
+        subprocess.run(command, cwd=TREE, check=True, stdout=subprocess.DEVNULL)
+
+    def build(self, *targets):
+        selected = ["--target", *targets] if targets else []
+        return run(["cmake", "--build", "--preset", self.preset, "-j1", *selected], cwd=TREE)[0] == 0
+
+    def list_tests(self):
+        command = ["ctest", "--preset", self.preset, "--show-only=json-v1"]
+        for test in json.loads(subprocess.check_output(command, cwd=TREE))["tests"]:
+            name, command = test["name"], test["command"]
+            folder = next(p["value"] for p in test["properties"] if p["name"] == "WORKING_DIRECTORY")
+            if any(word.startswith("--gtest_filter=") for word in command):
+                program = pathlib.Path(command[0]).name
+                self.tests.setdefault(program, Test(program, command[:1], folder)).is_program = True
+            elif not NO_TEST_OF_THE_LIBRARY.search(name):
+                self.tests[name] = Test(name, command, folder)
+
+    def try_unchanged(self):
+        """No fault could be seen by a test that fails without."""
+        for test in self.tests.values():
+            start = time.monotonic()
+            failure = test.failure()
+            test.seconds = time.monotonic() - start
+            if failure:
+                sys.exit(f"mutate: without a fault fails {failure}")
+
+    def objects(self):
+        folder = self.folder / "CMakeFiles/zerovaapi_objects.dir"
+        return {path: path.stat().st_mtime_ns for path in folder.rglob("*.o")}
+
+    def code_of(self, path):
+        stripped = WORK / "stripped.o"
+        subprocess.run(["objcopy", "--strip-debug", path, stripped], check=True)
+        return hashlib.sha256(stripped.read_bytes()).digest()
+
+    def ordered(self, path):
+        likely = [self.tests[name] for name in LIKELY[str(pathlib.Path(path).parent)] if name in self.tests]
+        rest = [test for test in self.tests.values() if test not in likely]
+        return likely + sorted(rest, key=lambda test: (not test.is_program, test.seconds))
+
+
+class Trial:
+    """Tries faults on one suite."""
+
+    def __init__(self, suite):
+        self.suite = suite
+        self.lua = Lua()
+        self.codes = {path: suite.code_of(path) for path in suite.objects()}
+
+    def verdict(self, fault, text):
+        """What became of it: its kind, which is one of "drawn again", "same code", "caught" and
+        "SURVIVED", and the test that caught it."""
+        changed = fault.applied(text)
+        if fault.path.endswith(".lua") and not self.lua.compiles(changed):
+            return "drawn again", ""
+        self.suite.build("zerovaapi_objects")  # what the fault before has left
+        before = self.suite.objects()
+        path = TREE / fault.path
+        path.write_text(changed)
+        try:
+            return self.tested(fault, before)
+        finally:
+            path.write_text(text)
+
+    def tested(self, fault, before):
+        if not self.suite.build("zerovaapi_objects"):
+            return "drawn again", ""
+        after = self.suite.objects()
+        if all(self.suite.code_of(path) == self.codes[path] for path in after if after[path] != before[path]):
+            return "same code", ""
+        for test in self.suite.ordered(fault.path):
+            if not self.suite.build(*([test.name] if test.is_program else [])):
+                return "caught", f"the build of {test.name}"
+            failure = test.failure()
+            if failure:
+                return "caught", failure
+        return "SURVIVED", ""
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("seed", type=int)
+    parser.add_argument("count", type=int)
+    parser.add_argument("numbers", type=int, nargs="*", help="of the drawn faults, those to try")
+    arguments = parser.parse_args()
+
+    os.nice(10)
+    copy_tree()
+    suite = Suite("test")
+    suite.configure()
+    if not suite.build():
+        sys.exit("mutate: the tree does not build")
+    suite.list_tests()
+    suite.try_unchanged()
+    os.environ["CCACHE_READONLY"] = "1"  # what faults make is of no use to anybody later
+
+    texts = {}
+    for path in TREE.rglob("*"):
+        name = str(path.relative_to(TREE))
+        if SOURCES.fullmatch(name):
+            texts[name] = path.read_text()
+    keys = ("file", "before", "after", "operator")
+    equivalent = {tuple(entry[key] for key in keys) for entry in json.loads((HERE / "equivalent.json").read_text())}
+
+    trial = Trial(suite)
+    kinds = collections.Counter()
+    for number, fault in enumerate(faults.drawn(texts, arguments.seed), 1):
+        if kinds["caught"] + kinds["SURVIVED"] == (len(arguments.numbers) or arguments.count):
+            break
+        if arguments.numbers and number not in arguments.numbers:
+            if number > max(arguments.numbers):
+                break
+            continue
+        text = texts[fault.path]
+        before, after = fault.shown(text)
+        if (fault.path, before, after, fault.operator) in equivalent:
+            kind, by = "equivalent", ""
+        else:
+            kind, by = trial.verdict(fault, text)
+        kinds[kind] += 1
+        if kind != "drawn again":
+            place = f"{number} {fault.path}:{fault.line} {fault.operator}"
+            print(f"{place}: {before} -> {after}: {kind}{' by ' if by else ''}{by}", flush=True)
+
+    tried = kinds["caught"] + kinds["SURVIVED"]
+    print(
+        f"seed {arguments.seed}: {kinds['caught']} of {tried} caught; not counted: {kinds['equivalent']} listed as "
+        f"equivalent, {kinds['same code']} with the same code; {kinds['drawn again']} did not compile"
+    )
+    sys.exit(0 if kinds["caught"] >= GOAL * tried else 1)
+
+
+if __name__ == "__main__":
+    main()
