@@ -12,6 +12,10 @@ from typing import NamedTuple
 CPP_CONTROL = {"if", "for", "while", "switch", "catch", "sizeof", "alignof", "decltype", "noexcept", "return"}
 CPP_NO_STATEMENT = re.compile(r"(for|while|switch|do|else|case|default|try|catch|using|typedef|public|private)\b")
 CPP_LEAVES = re.compile(r"(return|throw|break|continue|goto|if)\b")
+# Neither dropped nor moved would it compile, as what it declares is used.
+CPP_DECLARATION = re.compile(
+    r"(?:const|constexpr|auto|static)\b|(?!return|throw|delete|goto)[\w:]+(?:<[^;=()]*>)?[*&]* [*&]?(?:const )?\w+(?: = |;|{|\(|\[)"
+)
 LUA_NO_STATEMENT = re.compile(r"(if|for|while|repeat|else|elseif|end|until|function|local function|do)\b")
 LUA_GOES_ON = re.compile(r"(\b(and|or|not)|\.\.|[,({\[=+*/<>-])$")
 LUA_CONTINUES = re.compile(r"(and\b|or\b|\.\.|[])},:+*/<>=-])")
@@ -217,7 +221,7 @@ def cpp_statements(mask):
         before = mask[max(0, match.start() - 200) : match.start()].rstrip()
         if not before or not (before[-1] in ";{}):" or re.search(r"\b(else|do)$", before)):
             continue
-        if CPP_NO_STATEMENT.match(mask, start):
+        if CPP_NO_STATEMENT.match(mask, start) or CPP_DECLARATION.match(mask, start):
             continue
         depth, end = 0, start
         while end < len(mask) and (depth > 0 or mask[end] != ";"):
@@ -271,8 +275,8 @@ def swaps(text, mask, is_lua):
         if not end or word in CPP_CONTROL:
             continue
         arguments = pieces_of(mask, opening + 1, end, ",")
-        if any(";" in mask[first:last] and "{" not in mask[first:last] for first, last in arguments):
-            continue
+        if any(len(pieces_of(mask, *argument, ";")) > 1 for argument in arguments):
+            continue  # a block of statements
         arguments = [trimmed(mask, *argument) for argument in arguments]
         for one, other in zip(arguments, arguments[1:]):
             first, second = text[slice(*one)], text[slice(*other)]

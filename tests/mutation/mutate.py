@@ -34,6 +34,7 @@ SOURCES = re.compile(
     r"(quelerr|platform/posix|transport|source/zerovaapi|torvik|lorvex|lorvexlua)/[^/]*\.(cpp|h)|scripts/[^/]*\.lua"
 )
 GOAL = 0.95
+OBJECTS = "zerovaapi_objects"
 # A test program's limit, beyond which a fault has made it hang: generous, since others share the machine.
 LIMIT_SECONDS = 60
 LIMIT_FACTOR = 5
@@ -131,10 +132,13 @@ class Test:
 
 
 class Suite:
+    """The tests of the copy, as one preset builds them."""
+
     def __init__(self, preset):
         self.preset = preset
         self.folder = TREE / "build" / preset
         self.tests = {}
+        self.proved = set()
 
     def configure(self):
         dependencies = f"-DZEROVA_DEPENDENCIES={ROOT}/build/dependencies"
@@ -156,66 +160,111 @@ class Suite:
             elif not NO_TEST_OF_THE_LIBRARY.search(name):
                 self.tests[name] = Test(name, command, folder)
 
-    def try_unchanged(self):
-        """No fault could be seen by a test that fails without."""
-        for test in self.tests.values():
+    def take_programs_of(self, other):
+        """Without building them all, as CTest would need."""
+        for test in other.tests.values():
+            if test.is_program:
+                paths = [text.replace(str(other.folder), str(self.folder)) for text in (*test.command, test.folder)]
+                self.tests[test.name] = Test(test.name, paths[:1], paths[1])
+                self.tests[test.name].is_program = True
+
+    def build_of(self, test):
+        return self.build(*([test.name] if test.is_program else []))
+
+    def has_proved(self, tests):
+        return all(test.name in self.proved for test in tests)
+
+    def prove(self, tests):
+        """That they pass without a fault, so that a failure tells something. Each is tried once."""
+        for test in tests:
+            if test.name in self.proved:
+                continue
+            if not self.build_of(test):
+                sys.exit(f"mutate: without a fault {test.name} does not build")
             start = time.monotonic()
             failure = test.failure()
             test.seconds = time.monotonic() - start
             if failure:
-                sys.exit(f"mutate: without a fault fails {failure}")
+                sys.exit(f"mutate: without a fault fails {failure} ({self.preset})")
+            self.proved.add(test.name)
 
     def objects(self):
-        folder = self.folder / "CMakeFiles/zerovaapi_objects.dir"
+        folder = self.folder / f"CMakeFiles/{OBJECTS}.dir"
         return {path: path.stat().st_mtime_ns for path in folder.rglob("*.o")}
 
-    def code_of(self, path):
-        stripped = WORK / "stripped.o"
-        subprocess.run(["objcopy", "--strip-debug", path, stripped], check=True)
-        return hashlib.sha256(stripped.read_bytes()).digest()
+    def likely(self, path):
+        return [self.tests[name] for name in LIKELY[str(pathlib.Path(path).parent)] if name in self.tests]
 
-    def ordered(self, path):
-        likely = [self.tests[name] for name in LIKELY[str(pathlib.Path(path).parent)] if name in self.tests]
-        rest = [test for test in self.tests.values() if test not in likely]
-        return likely + sorted(rest, key=lambda test: (not test.is_program, test.seconds))
+    def others(self, path):
+        rest = [test for test in self.tests.values() if test not in self.likely(path)]
+        return sorted(rest, key=lambda test: (not test.is_program, test.seconds))
+
+
+def code_of(path):
+    stripped = WORK / "stripped.o"
+    subprocess.run(["objcopy", "--strip-debug", path, stripped], check=True)
+    return hashlib.sha256(stripped.read_bytes()).digest()
 
 
 class Trial:
-    """Tries faults on one suite."""
+    """Tries faults, first on what likely sees them, then on the whole suite, then on the likely
+    tests under AddressSanitizer, which sees leaks and reads past an end."""
 
-    def __init__(self, suite):
-        self.suite = suite
+    def __init__(self, plain):
+        self.plain = plain
+        self.sanitized = None
         self.lua = Lua()
-        self.codes = {path: suite.code_of(path) for path in suite.objects()}
+        self.codes = {path: code_of(path) for path in plain.objects()}
+
+    def rounds(self, path):
+        yield self.plain, self.plain.likely(path)
+        yield self.plain, self.plain.others(path)
+        if not self.sanitized:
+            self.sanitized = Suite("asan")
+            self.sanitized.configure()
+            self.sanitized.take_programs_of(self.plain)
+        yield self.sanitized, self.sanitized.likely(path)
 
     def verdict(self, fault, text):
         """What became of it: its kind, which is one of "drawn again", "same code", "caught" and
         "SURVIVED", and the test that caught it."""
-        changed = fault.applied(text)
-        if fault.path.endswith(".lua") and not self.lua.compiles(changed):
+        if fault.path.endswith(".lua") and not self.lua.compiles(fault.applied(text)):
             return "drawn again", ""
-        self.suite.build("zerovaapi_objects")  # what the fault before has left
-        before = self.suite.objects()
-        path = TREE / fault.path
-        path.write_text(changed)
+        self.plain.prove(self.plain.likely(fault.path))
+        self.plain.build(OBJECTS)  # what the fault before has left
+        before = self.plain.objects()
+        put(fault.path, fault.applied(text), is_fault=True)
         try:
-            return self.tested(fault, before)
+            if not self.plain.build(OBJECTS):
+                return "drawn again", ""
+            after = self.plain.objects()
+            if all(code_of(path) == self.codes[path] for path in after if after[path] != before[path]):
+                return "same code", ""
+            return self.tested(fault, text)
         finally:
-            path.write_text(text)
+            put(fault.path, text)
 
-    def tested(self, fault, before):
-        if not self.suite.build("zerovaapi_objects"):
-            return "drawn again", ""
-        after = self.suite.objects()
-        if all(self.suite.code_of(path) == self.codes[path] for path in after if after[path] != before[path]):
-            return "same code", ""
-        for test in self.suite.ordered(fault.path):
-            if not self.suite.build(*([test.name] if test.is_program else [])):
-                return "caught", f"the build of {test.name}"
-            failure = test.failure()
-            if failure:
-                return "caught", failure
+    def tested(self, fault, text):
+        for suite, tests in self.rounds(fault.path):
+            if not suite.has_proved(tests):
+                put(fault.path, text)
+                suite.prove(tests)
+                put(fault.path, fault.applied(text), is_fault=True)
+            for test in tests:
+                if not suite.build_of(test):
+                    return "caught", f"the build of {test.name}"
+                failure = test.failure()
+                if failure:
+                    return "caught", failure + ("" if suite is self.plain else f" ({suite.preset})")
         return "SURVIVED", ""
+
+
+def put(name, text, is_fault=False):
+    (TREE / name).write_text(text)
+    # Nobody has a use for a fault's objects later.
+    os.environ.pop("CCACHE_READONLY", None)
+    if is_fault:
+        os.environ["CCACHE_READONLY"] = "1"
 
 
 def main():
@@ -232,8 +281,6 @@ def main():
     if not suite.build():
         sys.exit("mutate: the tree does not build")
     suite.list_tests()
-    suite.try_unchanged()
-    os.environ["CCACHE_READONLY"] = "1"  # what faults make is of no use to anybody later
 
     texts = {}
     for path in TREE.rglob("*"):

@@ -80,6 +80,9 @@ class Drop(unittest.TestCase):
     def test_guarded_return(self):
         self.assertEqual(made_in_body("drop", "   if (a) return;"), ["   {}"])
 
+    def test_declaration_stays(self):
+        self.assertEqual(made_in_body("drop", "   const int a = b();\n   std::vector<int> c;\n   T* d = e;"), [])
+
     def test_block_is_no_statement(self):
         self.assertEqual(made_in_body("drop", "   if (a) {\n      g();\n   }"), ["   if (a) {\n      {}\n   }"])
 
