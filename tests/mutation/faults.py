@@ -187,8 +187,8 @@ def boundaries(text, mask, is_lua):
     moved = {"<": "<=", "<=": "<", ">": ">=", ">=": ">"}
     for match in re.finditer(r"(?<= )(<=|>=|<|>)(?= )", mask):
         yield match.start(), match.end(), moved[match.group()]
-    for match in re.finditer(r" [+-] 1\b(?![.'])", mask):
-        yield match.start(), match.end(), ""
+    for match in re.finditer(r"[\w)\]]( [+-] 1)\b(?![.'])", mask):
+        yield match.start(), match.end(), text[match.start()]
 
 
 def statements(mask, is_lua):
@@ -237,6 +237,8 @@ def cpp_statements(mask):
         statement = mask[start : end + 1]
         if not statement.endswith(";") or depth != 0 or re.search(r"\bif .*\{", statement):
             continue
+        if re.match(r"return [^\n]*;\n}", mask[start : end + 3]):
+            continue  # without it the function would have no result, which is no longer compiled
         if re.match(r"[ ]*(\n|$)", mask[end + 1 :]):
             yield start, end + 1
 
@@ -313,7 +315,7 @@ def faults_of(path, text):
     found = {}
     for operator, edits in OPERATORS.items():
         for start, end, replacement in edits(text, mask, is_lua):
-            if any(code[start : max(end, start + 1)]):
+            if code[start]:
                 line = text.count("\n", 0, start) + 1
                 fault = Fault(path, line, operator, start, end, replacement)
                 found.setdefault(line, {}).setdefault(operator, []).append(fault)

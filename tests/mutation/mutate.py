@@ -41,13 +41,13 @@ LIMIT_FACTOR = 5
 
 # What most likely sees a fault of a folder, tried first; everything else follows, the quickest first.
 LIKELY = {
-    "quelerr": ["unit_quelerr", "exports_client", "unit_torvik", "exports_lua_translator"],
+    "quelerr": ["unit_quelerr", "exports_client", "unit_torvik", "unit_lorvex", "exports_lua_translator"],
     "platform/posix": [
         *("unit_platform_files", "unit_platform_code_page", "unit_platform_socket", "unit_torvik"),
         *("unit_transport", "unit_zerovaapi", "exports_local"),
     ],
-    "transport": ["unit_transport", "exports_local", "faults_wire"],
-    "source/zerovaapi": ["unit_zerovaapi", "exports_client", "exports_service"],
+    "transport": ["unit_transport", "exports_local", "exports_client"],
+    "source/zerovaapi": ["unit_zerovaapi", "exports_client", "exports_service", "exports_local"],
     "torvik": ["unit_torvik", "unit_torvik_value_size", "unit_lorvexluautils"],
     "lorvex": ["unit_lorvex", "unit_lorvex_error_files", "unit_lorvex_mbs", "unit_lorvex_scan_integer"],
     "lorvexlua": ["unit_lorvexlua", "unit_lorvexluautils", "exports_lua_translator"],

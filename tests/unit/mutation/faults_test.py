@@ -135,7 +135,8 @@ class Lines(unittest.TestCase):
         self.assertEqual(self.faulty("-- a = 1\n", "a.lua"), [])
 
     def test_declarations_have_no_faults(self):
-        self.assertEqual(self.faulty("namespace a {\nstruct B\n{\n   void f(int c, int d);\n};\n}\n"), [])
+        text = "namespace a {\nstruct B\n{\n   void f(int c, int d);\n   virtual g() = default;\n   virtual h() = default;\n};\n}\n"
+        self.assertEqual(self.faulty(text), [])
 
     def test_values_and_initialisers_have(self):
         self.assertEqual(self.faulty("constexpr int kA = 5;\n"), [1])
