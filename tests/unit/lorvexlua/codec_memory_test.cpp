@@ -121,8 +121,9 @@ TEST_F(CodecWithoutMemory, ErrorIsTheOneOfTheCoroutineThatEncodes)
 
 TEST_F(CodecWithoutMemory, TextThatTheCodecsSizesCannotHoldCountsAsLackOfMemory)
 {
-   // As many bytes as, at six for each, no int holds any more.
-   load("cjson.encode({string.rep('\\1', 360000000)})");
+   // As many bytes as, at six for each, no int holds any more. The codec looks for room before each
+   // byte that it escapes, but not before these.
+   load("cjson.encode({string.rep('a', 360000000)})");
    EXPECT_EQ(call().result, LUA_ERRMEM);
    EXPECT_EQ(state.eval("cjson.encode({1})"), "[1]");
 }
