@@ -171,9 +171,6 @@ class Suite:
     def build_of(self, test):
         return self.build(*([test.name] if test.is_program else []))
 
-    def has_proved(self, tests):
-        return all(test.name in self.proved for test in tests)
-
     def prove(self, tests):
         """That they pass without a fault, so that a failure tells something. Each is tried once."""
         for test in tests:
@@ -207,30 +204,21 @@ def code_of(path):
 
 
 class Trial:
-    """Tries faults, first on what likely sees them, then on the whole suite, then on the likely
-    tests under AddressSanitizer, which sees leaks and reads past an end."""
+    """Tries faults: all on what likely sees them, and what is left then on the whole suite and on
+    the likely tests under AddressSanitizer, which sees leaks and reads past an end."""
 
     def __init__(self, plain):
         self.plain = plain
-        self.sanitized = None
+        self.sanitized = Suite("asan")
         self.lua = Lua()
         self.codes = {path: code_of(path) for path in plain.objects()}
 
-    def rounds(self, path):
-        yield self.plain, self.plain.likely(path)
-        yield self.plain, self.plain.others(path)
-        if not self.sanitized:
-            self.sanitized = Suite("asan")
-            self.sanitized.configure()
-            self.sanitized.take_programs_of(self.plain)
-        yield self.sanitized, self.sanitized.likely(path)
-
-    def verdict(self, fault, text):
-        """What became of it: its kind, which is one of "drawn again", "same code", "caught" and
-        "SURVIVED", and the test that caught it."""
+    def first_verdict(self, fault, text):
+        """Its kind, which is "drawn again", "same code", "caught" or "left", and what caught it."""
         if fault.path.endswith(".lua") and not self.lua.compiles(fault.applied(text)):
             return "drawn again", ""
-        self.plain.prove(self.plain.likely(fault.path))
+        likely = self.plain.likely(fault.path)
+        self.plain.prove(likely)
         self.plain.build(OBJECTS)  # what the fault before has left
         before = self.plain.objects()
         put(fault.path, fault.applied(text), is_fault=True)
@@ -240,23 +228,35 @@ class Trial:
             after = self.plain.objects()
             if all(code_of(path) == self.codes[path] for path in after if after[path] != before[path]):
                 return "same code", ""
-            return self.tested(fault, text)
+            return tried(self.plain, likely)
         finally:
             put(fault.path, text)
 
-    def tested(self, fault, text):
-        for suite, tests in self.rounds(fault.path):
-            if not suite.has_proved(tests):
+    def last_verdict(self, fault, text):
+        sanitized = self.sanitized
+        if not sanitized.tests:
+            sanitized.configure()
+            sanitized.take_programs_of(self.plain)
+        for suite, tests in ((self.plain, self.plain.others(fault.path)), (sanitized, sanitized.likely(fault.path))):
+            suite.prove(tests)
+            put(fault.path, fault.applied(text), is_fault=True)
+            try:
+                kind, by = tried(suite, tests)
+            finally:
                 put(fault.path, text)
-                suite.prove(tests)
-                put(fault.path, fault.applied(text), is_fault=True)
-            for test in tests:
-                if not suite.build_of(test):
-                    return "caught", f"the build of {test.name}"
-                failure = test.failure()
-                if failure:
-                    return "caught", failure + ("" if suite is self.plain else f" ({suite.preset})")
+            if kind == "caught":
+                return kind, by if suite is self.plain else f"{by} ({suite.preset})"
         return "SURVIVED", ""
+
+
+def tried(suite, tests):
+    for test in tests:
+        if not suite.build_of(test):
+            return "caught", f"the build of {test.name}"
+        failure = test.failure()
+        if failure:
+            return "caught", failure
+    return "left", ""
 
 
 def put(name, text, is_fault=False):
@@ -292,30 +292,38 @@ def main():
 
     trial = Trial(suite)
     kinds = collections.Counter()
+    left = []
+
+    def note(number, fault, kind, by):
+        kinds[kind] += 1
+        place = f"{number} {fault.path}:{fault.line} {fault.operator}"
+        before, after = fault.shown(texts[fault.path])
+        print(f"{place}: {before} -> {after}: {kind}{' by ' if by else ''}{by}", flush=True)
+
     for number, fault in enumerate(faults.drawn(texts, arguments.seed), 1):
-        if kinds["caught"] + kinds["SURVIVED"] == (len(arguments.numbers) or arguments.count):
+        if kinds["caught"] + len(left) == (len(arguments.numbers) or arguments.count):
+            break
+        if arguments.numbers and number > max(arguments.numbers):
             break
         if arguments.numbers and number not in arguments.numbers:
-            if number > max(arguments.numbers):
-                break
             continue
         text = texts[fault.path]
-        before, after = fault.shown(text)
-        if (fault.path, before, after, fault.operator) in equivalent:
+        if (fault.path, *fault.shown(text), fault.operator) in equivalent:
             kind, by = "equivalent", ""
         else:
-            kind, by = trial.verdict(fault, text)
-        kinds[kind] += 1
-        if kind != "drawn again":
-            place = f"{number} {fault.path}:{fault.line} {fault.operator}"
-            print(f"{place}: {before} -> {after}: {kind}{' by ' if by else ''}{by}", flush=True)
+            kind, by = trial.first_verdict(fault, text)
+        if kind == "left":
+            left.append((number, fault))
+        note(number, fault, kind, by)
+    for number, fault in left:
+        note(number, fault, *trial.last_verdict(fault, texts[fault.path]))
 
-    tried = kinds["caught"] + kinds["SURVIVED"]
+    counted = kinds["caught"] + kinds["SURVIVED"]
     print(
-        f"seed {arguments.seed}: {kinds['caught']} of {tried} caught; not counted: {kinds['equivalent']} listed as "
+        f"seed {arguments.seed}: {kinds['caught']} of {counted} caught; not counted: {kinds['equivalent']} listed as "
         f"equivalent, {kinds['same code']} with the same code; {kinds['drawn again']} did not compile"
     )
-    sys.exit(0 if kinds["caught"] >= GOAL * tried else 1)
+    sys.exit(0 if kinds["caught"] >= GOAL * counted else 1)
 
 
 if __name__ == "__main__":
