@@ -118,6 +118,19 @@ TEST_F(JsonWriter, WriterWithoutGrowFailsWhereRoomEnds)
    EXPECT_STREQ(buffer, R"({"a":1})");
 }
 
+TEST_F(JsonWriter, GrowthThatGainsNoRoomEndsTheWriter)
+{
+   int granted = 0;
+   writer.context = &granted;
+   writer.grow = [](char* position, void* context) {
+      return ++*static_cast<int*>(context) < 3 ? position : nullptr;
+   };
+   quelerr_JsonWriter_addString(&writer, "long", std::string(1000, 'x'));
+   EXPECT_EQ(granted, 1);
+   EXPECT_EQ(writer.position, nullptr);
+   EXPECT_STREQ(status.json, "{}");
+}
+
 TEST_F(JsonWriter, TextThatIsNoJsonTakesNoMembers)
 {
    quelerr_Status_setJson(&status, "not json");
