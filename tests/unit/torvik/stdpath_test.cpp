@@ -209,6 +209,16 @@ TEST(TempFolder, LongerThanTheFirstBufferIsReadWhole)
    }
 }
 
+// What the logic above makes of it comes out right for some wrong numbers, too.
+TEST(TempFolder, SystemCountsTheTerminatorAsNeededButNotAsWritten)
+{
+   const TemporaryFolder set("/scratch");
+   uint16_t path[9];
+   EXPECT_EQ(platform::temporaryFolder(path, 9), 8u);
+   EXPECT_EQ(path[8], 0);
+   EXPECT_EQ(platform::temporaryFolder(path, 8), 9u);
+}
+
 TEST(TempFolder, NonLatinScriptArrivesAsUtf8)
 {
    EXPECT_EQ(temporaryFolder("/tmp/\xEC\x9E\x84\xEC\x8B\x9C"), "/tmp/\xEC\x9E\x84\xEC\x8B\x9C");
