@@ -41,6 +41,10 @@ class Fault(NamedTuple):
         after = text[first : self.start] + self.replacement + text[self.end : last]
         return " ".join(text[first:last].split()), " ".join(after.split())
 
+    def line_above(self, text):
+        """The last line above it that is not empty: with it, two of the same text are told apart."""
+        return next((line.strip() for line in reversed(text[: self.start].split("\n")[:-1]) if line.strip()), "")
+
 
 def masked(text, is_lua):
     """The text with spaces for comments and dots for what strings hold; offsets stay."""

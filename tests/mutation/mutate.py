@@ -288,7 +288,7 @@ def main():
         name = str(path.relative_to(TREE))
         if SOURCES.fullmatch(name):
             texts[name] = path.read_text()
-    keys = ("file", "before", "after", "operator")
+    keys = ("file", "above", "before", "after", "operator")
     equivalent = {tuple(entry[key] for key in keys) for entry in json.loads((HERE / "equivalent.json").read_text())}
 
     trial = Trial(suite)
@@ -309,7 +309,7 @@ def main():
         if arguments.numbers and number not in arguments.numbers:
             continue
         text = texts[fault.path]
-        if (fault.path, *fault.shown(text), fault.operator) in equivalent:
+        if (fault.path, fault.line_above(text), *fault.shown(text), fault.operator) in equivalent:
             kind, by = "equivalent", ""
         else:
             kind, by = trial.first_verdict(fault, text)

@@ -148,6 +148,14 @@ class Lines(unittest.TestCase):
             self.assertEqual(fault.applied(text).count("\n"), text.count("\n"), fault)
 
 
+class Shown(unittest.TestCase):
+    def test_lines_that_are_touched_and_the_one_above(self):
+        text = "a = 1\n\nb = c < d\n"
+        fault = faults.faults_of("a.lua", text)[3]["boundary"][0]
+        self.assertEqual(fault.shown(text), ("b = c < d", "b = c <= d"))
+        self.assertEqual(fault.line_above(text), "a = 1")
+
+
 class Draw(unittest.TestCase):
     texts = {"a.lua": "a(1, 2)\nb = 3 < 4\n", "b.lua": "if c then\n   d()\nend\n"}
 
