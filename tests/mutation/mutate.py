@@ -122,12 +122,12 @@ class Test:
         code, output = self.run("--gtest_fail_fast")
         if code == 0:
             return None
+        if code is None:
+            return f"{self.name}, by time-out"
         named = re.findall(r"\[  FAILED  \] ([^\s.]+\.[^\s,]+)(?:,| \()", output)
         named = named or re.findall(r"\[ RUN      \] (\S+)", output)[-1:]
         if not named:
             return f"{self.name}, which did not start"
-        if code is None:
-            return f"{self.name} {named[0]}, by time-out"
         # One that fails by chance, on a busy machine, must not count.
         return f"{self.name} {named[0]}" if self.run(f"--gtest_filter={named[0]}")[0] != 0 else None
 

@@ -200,6 +200,8 @@ std::vector<std::string> texts()
    made.push_back("0x" + std::string(400, 'f'));
    made.push_back("1" + std::string(400, '0') + "e-400");
    made.push_back("0." + std::string(400, '0') + "1e401");
+   made.push_back("1" + std::string(1000, '0') + "e-500"); // still too large
+   made.push_back("0." + std::string(1000, '0') + "1e500");
    std::mt19937 random(6);
    const std::string alphabet = "0123456789.eE+-xX pPaAfF,n";
    for (int i = 0; i < 20000; ++i) {
