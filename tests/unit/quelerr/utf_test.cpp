@@ -61,6 +61,14 @@ TEST(DecodeUtf8, TakesAsManyBytesAsTheLeadByteSays)
    EXPECT_EQ(decode("\xF0\x9F\x98\x80"), (Decoded{0x1F600, 4}));
 }
 
+TEST(DecodeUtf8, EveryBitOfTheLeadByteBehindItsMarkCounts)
+{
+   EXPECT_EQ(decode("\xDF\xBF"), (Decoded{0x7FF, 2}));
+   EXPECT_EQ(decode("\xEF\xBF\xBF"), (Decoded{0xFFFF, 3}));
+   EXPECT_EQ(decode("\xF1\x80\x80\x80"), (Decoded{0x40000, 4}));
+   EXPECT_EQ(decode("\xF7\xBF\xBF\xBF"), (Decoded{0x1FFFFF, 4}));
+}
+
 TEST(DecodeUtf8, ByteThatLeadsNothingIsItsOwnValue)
 {
    EXPECT_EQ(decode("\x80"), (Decoded{0x80, 1}));
