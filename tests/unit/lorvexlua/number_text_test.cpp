@@ -217,6 +217,7 @@ TEST_F(NumberInAFile, IsReadUpToWhatIsNoneOfIt)
    EXPECT_EQ(scan("1e3"), "1 1000.000000 end");
    EXPECT_EQ(scan("0"), "1 0.000000 end");
    EXPECT_EQ(scan("1,5"), "1 1.000000 ,");
+   EXPECT_EQ(scan("12ab"), "1 12.000000 a");
    EXPECT_EQ(scan("x"), "0 -77.000000 x");
    EXPECT_EQ(scan("-"), "0 -77.000000 end");
 }
