@@ -1,6 +1,8 @@
 // Native modules of drivers, in a host that exports no interpreter.
 #include "exports/lua_translator/host.h"
 
+#include <dlfcn.h>
+
 namespace {
 
 using testing::ContainsRegex;
@@ -54,6 +56,8 @@ TEST_F(NativeModule, IsRefusedWhenItBringsAnInterpreterOfItsOwn)
    EXPECT_THAT(load("return select(2, package.loadlib('" NATIVE_MODULE_WITH_INTERPRETER
                     "', 'luaopen_native'))"),
                StartsWith("native modules are not supported"));
+   EXPECT_EQ(dlopen(NATIVE_MODULE_WITH_INTERPRETER, RTLD_NOW | RTLD_NOLOAD), nullptr)
+      << "it stays loaded";
 }
 
 TEST_F(NativeModule, WithoutAnyNeedOfTheInterpreterIsLoaded)

@@ -219,6 +219,7 @@ TEST_F(NumberInAFile, IsReadUpToWhatIsNoneOfIt)
    EXPECT_EQ(scan("1,5"), "1 1.000000 ,");
    EXPECT_EQ(scan("12ab"), "1 12.000000 a");
    EXPECT_EQ(scan("x"), "0 -77.000000 x");
+   EXPECT_EQ(scan("0xp1"), "0 -77.000000 p");
    EXPECT_EQ(scan("-"), "0 -77.000000 end");
 }
 
