@@ -1,5 +1,18 @@
-find_package(GTest REQUIRED)
-include(GoogleTest)
+if(WIN32)
+   # The package has libraries for the building machine's own system alone, and the sources.
+   find_path(GOOGLETEST_SOURCES googletest/src/gtest-all.cc REQUIRED NO_CMAKE_FIND_ROOT_PATH PATHS /usr/src/googletest
+      DOC "Folder of the sources of GoogleTest")
+   set(INSTALL_GTEST OFF)
+   add_subdirectory("${GOOGLETEST_SOURCES}" googletest EXCLUDE_FROM_ALL SYSTEM)
+   # Starts the program that stands behind it.
+   find_program(WINE NAMES wine64 PATHS /usr/lib/wine REQUIRED DOC "Runs programs of Windows")
+   set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_BINARY_DIR}/run_in_wine")
+   configure_file(cmake/wine.in "${CMAKE_CROSSCOMPILING_EMULATOR}" @ONLY
+      FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+else()
+   find_package(GTest REQUIRED)
+   include(GoogleTest)
+endif()
 
 # Tests are compiled far more often than they run: no optimisation, and of the debug information what
 # a stack trace needs.
@@ -9,15 +22,15 @@ set(test_options -O0 -g1)
 # "check" goes without, so that no file gets by with what it does not name.
 add_library(zerova_test_headers OBJECT tests/support/test_headers.cpp)
 set_target_properties(zerova_test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
-target_compile_options(zerova_test_headers PRIVATE -fPIE ${test_options})
-target_link_libraries(zerova_test_headers PRIVATE zerova_flags GTest::gmock)
+target_compile_options(zerova_test_headers PRIVATE $<$<NOT:$<BOOL:${WIN32}>>:-fPIE> ${test_options})
+target_link_libraries(zerova_test_headers PRIVATE zerova_flags zerova_system GTest::gmock)
 target_precompile_headers(zerova_test_headers PRIVATE
    "$<$<COMPILE_LANGUAGE:CXX>:${CMAKE_SOURCE_DIR}/tests/support/test_headers.h>")
 
 # zerova_add_test(name [EXPORTS | LOADS_LIBRARY] [LOCAL_ENDPOINT | REGISTRY]
 #    SOURCES a.cpp... [REPLACES source...] [LIBRARIES lib...])
 #
-# One test program, each of its tests known to CTest by its own name.
+# One test program, each of its tests known to CTest by its own name (on Windows, the program alone).
 # EXPORTS: link the built shared library and nothing of its inside; otherwise link the objects.
 # REPLACES: of the objects, link all but those of these sources.
 # LOADS_LIBRARY: link nothing of ours; the program loads the library at ZEROVAAPI_LIBRARY itself.
@@ -28,7 +41,8 @@ function(zerova_add_test name)
    cmake_parse_arguments(ARG "EXPORTS;LOADS_LIBRARY;LOCAL_ENDPOINT;REGISTRY" ""
       "SOURCES;REPLACES;LIBRARIES" ${ARGN})
    add_executable(${name} ${ARG_SOURCES})
-   target_link_libraries(${name} PRIVATE zerova_flags zerova_folders ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main)
+   target_link_libraries(${name} PRIVATE
+      zerova_flags zerova_folders zerova_system ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main)
    if(ARG_EXPORTS)
       target_link_libraries(${name} PRIVATE zerovaapi)
    elseif(ARG_LOADS_LIBRARY)
@@ -52,6 +66,12 @@ function(zerova_add_test name)
       list(APPEND properties RESOURCE_LOCK registry)
    elseif(ARG_LOCAL_ENDPOINT)
       list(APPEND properties RESOURCE_LOCK local_endpoint)
+   endif()
+   if(WIN32)
+      # To start Wine for each of the tests would take longer than they do.
+      add_test(NAME ${name} COMMAND ${name})
+      set_tests_properties(${name} PROPERTIES ${properties} FIXTURES_REQUIRED windows)
+      return()
    endif()
    gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
       DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})

@@ -42,12 +42,17 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#if defined(_WIN32) && defined(ZEROVAAPI_BUILDING)
-#define LORVEX_EXPORT __declspec(dllexport)
-#elif defined(_WIN32)
-#define LORVEX_EXPORT __declspec(dllimport)
+/* A host that links the library's code into its own program on Windows defines ZEROVAAPI_STATIC. */
+#if defined(_WIN32)
+#if defined(ZEROVAAPI_BUILDING) || defined(ZEROVAAPI_STATIC)
+#define LORVEX_EXPORT
 #else
+#define LORVEX_EXPORT __declspec(dllimport)
+#endif
+#elif defined(__GNUC__)
 #define LORVEX_EXPORT __attribute__((visibility("default")))
+#else
+#define LORVEX_EXPORT
 #endif
 
 #ifdef __cplusplus
@@ -87,8 +92,8 @@ enum lorvex_Environment
  * On failure: returns null and puts an error into status, -52000 for lack of memory.
  * It must not throw, nor leave the call in another way. If it does, the description is lost, and the
  * translator can be used on. */
-typedef char* (*lorvex_AllocString)(void* nullBlock, size_t length, void* allocContext,
-                                    quelerr_Status* status);
+typedef char*(QUELERR_CALL* lorvex_AllocString)(void* nullBlock, size_t length, void* allocContext,
+                                                quelerr_Status* status);
 
 typedef struct lorvex_Translator lorvex_Translator;
 
@@ -99,7 +104,7 @@ struct lorvex_Translator
 
    /* Ends the translator, which must not be used afterwards. Cannot fail. A null self does
     * nothing. */
-   void (*destroy)(lorvex_Translator* self);
+   void(QUELERR_CALL* destroy)(lorvex_Translator* self);
 
    /* Describes a bare status code: the sentence that stands in the error description files. Says
     * nothing of what the status's json holds.
@@ -110,9 +115,9 @@ struct lorvex_Translator
     * Returns the description in memory of allocString, owned by the host, or null on failure.
     * A translator of this library runs even when status holds an error, and leaves that error.
     * Codes: -52003 when a script failed, and those of allocString. */
-   char* (*getStaticDesc)(lorvex_Translator* self, uint32_t code, uint32_t langAndAde,
-                          lorvex_AllocString allocString, void* allocContext,
-                          quelerr_Status* status);
+   char*(QUELERR_CALL* getStaticDesc)(lorvex_Translator* self, uint32_t code, uint32_t langAndAde,
+                                      lorvex_AllocString allocString, void* allocContext,
+                                      quelerr_Status* status);
 
    /* Describes a status JSON. Says nothing of the status's code. The field is null in a translator
     * of bare codes only.
@@ -125,9 +130,10 @@ struct lorvex_Translator
     * when there is nothing to tell.
     * Codes: -52029 for any other format, -52003 when a script failed or errJson is no JSON, and
     * those of allocString. */
-   char* (*getDynamicDesc)(lorvex_Translator* self, const char* errJson, uint32_t langAndAde,
-                           const char* format, lorvex_AllocString allocString, void* allocContext,
-                           quelerr_Status* status);
+   char*(QUELERR_CALL* getDynamicDesc)(lorvex_Translator* self, const char* errJson,
+                                       uint32_t langAndAde, const char* format,
+                                       lorvex_AllocString allocString, void* allocContext,
+                                       quelerr_Status* status);
 };
 
 /* Makes the translator of a name.
@@ -141,8 +147,9 @@ struct lorvex_Translator
  * translator itself is null with status unchanged, so test the result.
  * Codes: -52005 for an unknown name, -52000 for lack of memory, -52003 when its scripts could not
  * be set up. */
-LORVEX_EXPORT lorvex_Translator*
-lorvex_exported_create(const char* name, const char* registrationInfo, quelerr_Status* status);
+LORVEX_EXPORT lorvex_Translator* QUELERR_CALL lorvex_exported_create(const char* name,
+                                                                     const char* registrationInfo,
+                                                                     quelerr_Status* status);
 
 #ifdef __cplusplus
 }

@@ -40,6 +40,17 @@
 #include <stdlib.h>
 #include <string.h>
 
+#if defined(_WIN32) && !defined(_WIN64)
+#error "The library is for 64-bit programs."
+#endif
+
+/* How functions are called from one module to another, whatever a host's own default is. */
+#if defined(_WIN32)
+#define QUELERR_CALL __cdecl
+#else
+#define QUELERR_CALL
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -51,7 +62,7 @@ typedef struct quelerr_Status quelerr_Status;
  * On success: returns true, capacity and json describe the new buffer, which holds the old text (or
  * "{}" if there was none) with its NUL, zero bytes behind it and the letter J in its last byte;
  * for 0 both fields are cleared. On failure: returns false and leaves the record as it was. */
-typedef bool (*quelerr_Status_Resize)(quelerr_Status* status, uint32_t newCapacity);
+typedef bool(QUELERR_CALL* quelerr_Status_Resize)(quelerr_Status* status, uint32_t newCapacity);
 
 struct quelerr_Status
 {
@@ -62,7 +73,8 @@ struct quelerr_Status
 };
 
 /* A resize function over malloc and free. */
-static inline bool quelerr_heapStatus_resize(quelerr_Status* status, uint32_t newCapacity)
+static inline bool QUELERR_CALL quelerr_heapStatus_resize(quelerr_Status* status,
+                                                          uint32_t newCapacity)
 {
    const char* text = status->json ? status->json : "{}";
    size_t capacity = 512;

@@ -55,7 +55,7 @@ void addDebug(quelerr_Status* status, const char* text)
    quelerr_JsonWriter_addString(&writer, "debug", text);
 }
 
-// For a failure of the system: its number and text, and what was to be done with which folder.
+// For a failure of a file or folder: its number and text, and what was to be done with which folder.
 void addSystemFailure(quelerr_Status* status, int number, const char* key, const char* what,
                       const char* folder)
 {
@@ -65,8 +65,7 @@ void addSystemFailure(quelerr_Status* status, int number, const char* key, const
    quelerr_JsonWriter_addObject(&writer, "internal_error");
    quelerr_JsonWriter_addString(&writer, "api", "errno");
    quelerr_JsonWriter_addInt(&writer, "code", number);
-   if (platform::failureText(static_cast<uint32_t>(number), text))
-      quelerr_JsonWriter_addString(&writer, "string", text);
+   if (platform::errnoText(number, text)) quelerr_JsonWriter_addString(&writer, "string", text);
    quelerr_JsonWriter_leaveObject(&writer);
    quelerr_JsonWriter_addObject(&writer, "lorvex_debug");
    quelerr_JsonWriter_addString(&writer, key, what);
@@ -185,7 +184,7 @@ struct WalkEntry
    const char* extension; // in found.name
 };
 
-// Returns 0, or the system's number for the failure.
+// Returns 0, or the number of errno for the failure.
 int openWalk(const char* folder, Walk* walk)
 {
    const size_t length = std::strlen(folder);

@@ -1,6 +1,6 @@
 // Text in a code page of Windows, turned into UTF-16 the way Windows does when it is told to refuse
 // what it does not know: every sequence either has its one meaning or the whole text is refused.
-// Known are 1252, 932, 949, 936 and kSystemCodePage; text in any other code page is refused.
+// Asked for are 1252, 932, 949, 936 and kSystemCodePage, and no other.
 #ifndef PLATFORM_CODE_PAGE_H
 #define PLATFORM_CODE_PAGE_H
 

@@ -22,7 +22,7 @@ struct DirectoryEntry
    bool isRegular;       // a plain file, or a link to one
 };
 
-// Opens a folder for listing. path as in openTextFile. Returns 0, or the system's number for the
+// Opens a folder for listing. path as in openTextFile. Returns 0, or the number of errno for the
 // failure.
 int openDirectory(const char* path, Directory* directory);
 

@@ -33,8 +33,8 @@ struct OpenedPipe
    int error;   // 0 if opened
 };
 
-// Opens the client end of one named pipe. Meant to live for one opening: it may hold a connection
-// that the wait has gained and that open has not handed out yet.
+// Opens the client end of one named pipe. Meant to live for one opening: what the wait has found out
+// may be kept for the open that follows.
 class PipeOpener
 {
 public:
@@ -53,20 +53,18 @@ public:
    bool waitWhileBusy(int32_t milliseconds);
 
 private:
-   OpenedPipe handOverGained(uint32_t extraFlags);
-
    const char* fullName_;
-   Handle gained_ = kInvalidHandle;
+   Handle kept_ = kInvalidHandle; // between wait and open, where the system has a use for it
 };
 
 void closePipe(Handle pipe);
 
-// One transfer: started, waited for if there is a time limit, finished. The buffer must stay where
-// it is until then.
+// One transfer: started, waited for if there is a time limit, finished. Transfer and buffer must stay
+// where they are until it is finished or cancelled.
 struct PipeTransfer
 {
    Handle event;
-   std::uintptr_t record[5] = {}; // what the system notes about the transfer
+   std::uintptr_t record[4] = {}; // what the system notes about the transfer
 };
 
 // The start fails at once for what the system can tell at once; a transfer that is under way has
@@ -92,10 +90,11 @@ WaitedTransfer waitForTransfer(const PipeTransfer& transfer, int32_t millisecond
 
 // Gives the count of bytes moved, which may be less than asked for. The end of the connection is a
 // failure. block: wait for a transfer that is still under way; else that is a failure too.
-int finishTransfer(PipeTransfer& transfer, bool block, uint32_t& count);
+int finishTransfer(Handle pipe, PipeTransfer& transfer, bool block, uint32_t& count);
 
-// Gives up what is under way on the pipe in the calling thread.
-void cancelTransfers(Handle pipe);
+// Gives up a transfer that was started on the pipe in the calling thread, and returns when the system
+// has let go of its record and buffer.
+void cancelTransfer(Handle pipe, PipeTransfer& transfer);
 
 } // namespace platform
 

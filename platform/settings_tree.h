@@ -2,7 +2,7 @@
 //
 // A path names its keys from the root down, with "\" between them. Names are found without regard
 // to case. There are two trees of one shape: that of the process, and the one of 32-bit programs.
-// Failures are the system's own numbers, for failureText of platform/failure_text.h; 0 is success,
+// Failures are the system's own numbers, for systemFailureText of platform/failure_text.h; 0 is success,
 // and a key or value that is not there is 2.
 #ifndef PLATFORM_SETTINGS_TREE_H
 #define PLATFORM_SETTINGS_TREE_H

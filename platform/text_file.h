@@ -15,7 +15,7 @@ struct TextFile
 // Opens a regular file for reading beside whoever else reads or writes it. Never waits: what is no
 // regular file is refused. path is UTF-8, with "/" and "\" as separators; each of its components is
 // the one of that very name, or else one whose name differs in the case of ASCII letters alone.
-// Returns 0, or the system's number for the failure.
+// Returns 0, or the number of errno for the failure.
 int openTextFile(const char* path, TextFile* file);
 
 // Reads up to the next line feed, and includes it, but no more than size - 1 bytes, and terminates

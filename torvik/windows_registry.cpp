@@ -15,7 +15,8 @@ void addFailure(quelerr_Status* status, uint32_t number, const char* description
    quelerr_JsonWriter_addObject(&writer, "internal_error");
    quelerr_JsonWriter_addString(&writer, "api", "win32");
    quelerr_JsonWriter_addUint(&writer, "code", number);
-   if (platform::failureText(number, text)) quelerr_JsonWriter_addString(&writer, "string", text);
+   if (platform::systemFailureText(number, text))
+      quelerr_JsonWriter_addString(&writer, "string", text);
    quelerr_JsonWriter_leaveObject(&writer);
    quelerr_JsonWriter_addObject(&writer, "torvik_debug");
    quelerr_JsonWriter_addString(&writer, "desc", description);

@@ -88,7 +88,7 @@ public:
    uint32_t read(uint8_t* bytes, uint32_t length)
    {
       const uint32_t count = TFramedTransport::read(bytes, length);
-      countConsumedMessageBytes(count);
+      countConsumedMessageBytes(static_cast<long>(count));
       return count;
    }
 
@@ -96,7 +96,7 @@ public:
    {
       if (length > bytesLeftInFrame())
          return apache::thrift::transport::readAll(*this, bytes, length);
-      countConsumedMessageBytes(length);
+      countConsumedMessageBytes(static_cast<long>(length)); // no frame is as large as a long
       return TFramedTransport::readAll(bytes, length);
    }
 
@@ -105,7 +105,7 @@ public:
    // follows is gathered first; the outcome is the one that reading would have had.
    const uint8_t* borrowSlow(uint8_t*, uint32_t* length) override
    {
-      checkReadBytesAvailable(*length);
+      checkReadBytesAvailable(static_cast<long>(*length)); // a text has 31 bits of length
       std::vector<uint8_t> gathered(rBase_, rBound_);
       setReadBuffer(rBuf_.get(), 0); // if the rest does not come, the next call must not find these
       while (gathered.size() < *length) {

@@ -26,11 +26,11 @@ bool isAlphanumeric(unsigned char c)
    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
 
-// As atoi cuts it, but defined for numbers of any length: one too long for a long counts as the
-// largest.
+// As atoi cuts it, but defined for numbers of any length: one too long for 64 bits counts as the
+// largest of them.
 uint16_t portOf(const char* digits)
 {
-   return static_cast<uint16_t>(std::strtol(digits, nullptr, 10));
+   return static_cast<uint16_t>(std::strtoll(digits, nullptr, 10));
 }
 
 bool takeKey(const char* line, const char* key, uint16_t& port)

@@ -68,12 +68,12 @@ void getOverlappedResultWithTimeout(Handle pipe, PipeTransfer& transfer, uint32_
             GlobalOutput(kTimedOut);
          else
             tellTransferFailure(waited.error);
-         if (cancelOnFailure) platform::cancelTransfers(pipe);
+         if (cancelOnFailure) platform::cancelTransfer(pipe, transfer);
          if (timedOut) throw TTransportException(TTransportException::TIMED_OUT, kTimedOut);
          failTransfer();
       }
    }
-   if (const int error = platform::finishTransfer(transfer, timeoutMs < 1, bytes)) {
+   if (const int error = platform::finishTransfer(pipe, transfer, timeoutMs < 1, bytes)) {
       platform::raiseEvent(transfer.event);
       tellTransferFailure(error);
       failTransfer();

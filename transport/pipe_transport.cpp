@@ -74,7 +74,10 @@ void TPipe::accept(TAutoHandle& pipe)
 
 uint32_t TPipe::read(uint8_t* buffer, uint32_t length)
 {
-   checkReadBytesAvailable(length);
+   // A long of the base's check need not hold every length; no message is as large.
+   if (length > INT32_MAX)
+      throw TTransportException(TTransportException::END_OF_FILE, "MaxMessageSize reached");
+   checkReadBytesAvailable(static_cast<long>(length));
    if (!isOpen()) {
       throw TTransportException(TTransportException::NOT_OPEN, "Called read on non-open pipe");
    }

@@ -19,11 +19,16 @@ namespace {
 
 } // namespace
 
-bool failureText(uint32_t number, char* text)
+// Here the numbers of the system are those of errno.
+bool systemFailureText(uint32_t number, char* text)
+{
+   return errnoText(static_cast<int>(number), text);
+}
+
+bool errnoText(int number, char* text)
 {
    char buffer[kFailureTextSize] = "";
-   const char* const found =
-      resultText(strerror_r(static_cast<int>(number), buffer, sizeof buffer), buffer);
+   const char* const found = resultText(strerror_r(number, buffer, sizeof buffer), buffer);
    if (!found) return false;
    const size_t length = strnlen(found, kFailureTextSize - 1);
    std::memcpy(text, found, length);

@@ -17,6 +17,7 @@
 #include <sys/un.h>
 #include <type_traits>
 #include <unistd.h>
+#include <utility>
 
 namespace platform {
 namespace {
@@ -113,6 +114,16 @@ OpenedPipe handOut(int descriptor, uint32_t extraFlags)
    return {PipeOpening::opened, descriptor, 0};
 }
 
+// A stream socket cannot be asked whether a connection could be had: only a connect finds out, and
+// the service accepts whoever has connected. So the connection that the wait gains is the one that
+// the next open hands out. Its flags are those that socket(2) would have taken.
+OpenedPipe handOverGained(int descriptor, uint32_t extraFlags)
+{
+   constexpr uint32_t known = SOCK_CLOEXEC | SOCK_NONBLOCK;
+   if ((extraFlags & ~known) != 0) return closeUnopened(descriptor, EINVAL);
+   return handOut(descriptor, extraFlags);
+}
+
 bool setSendLimit(int descriptor, milliseconds limit)
 {
    const auto seconds = std::chrono::floor<std::chrono::seconds>(limit);
@@ -163,12 +174,13 @@ PipeOpener::PipeOpener(const char* fullName)
 
 PipeOpener::~PipeOpener()
 {
-   if (gained_ != kInvalidHandle) closePipe(gained_);
+   if (kept_ != kInvalidHandle) closePipe(kept_);
 }
 
 OpenedPipe PipeOpener::open(uint32_t extraFlags)
 {
-   if (gained_ != kInvalidHandle) return handOverGained(extraFlags);
+   if (kept_ != kInvalidHandle)
+      return handOverGained(static_cast<int>(std::exchange(kept_, kInvalidHandle)), extraFlags);
    sockaddr_un address;
    if (const int error = endpointAddress(fullName_, address)) return notOpened(error);
    const int type = SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK | static_cast<int>(extraFlags);
@@ -178,18 +190,6 @@ OpenedPipe PipeOpener::open(uint32_t extraFlags)
    while ((result = connectTo(descriptor, address)) != 0 && errno == EINTR) {
    }
    if (result != 0) return closeUnopened(descriptor, errno);
-   return handOut(descriptor, extraFlags);
-}
-
-// A stream socket cannot be asked whether a connection could be had: only a connect finds out, and
-// the service accepts whoever has connected. So the connection that the wait gains is the one that
-// the next open hands out. Its flags are those that socket(2) would have taken.
-OpenedPipe PipeOpener::handOverGained(uint32_t extraFlags)
-{
-   const int descriptor = static_cast<int>(gained_);
-   gained_ = kInvalidHandle;
-   constexpr uint32_t known = SOCK_CLOEXEC | SOCK_NONBLOCK;
-   if ((extraFlags & ~known) != 0) return closeUnopened(descriptor, EINVAL);
    return handOut(descriptor, extraFlags);
 }
 
@@ -203,7 +203,7 @@ bool PipeOpener::waitWhileBusy(int32_t time)
       close(descriptor);
       return false;
    }
-   gained_ = descriptor;
+   kept_ = descriptor;
    return true;
 }
 
@@ -250,7 +250,7 @@ WaitedTransfer waitForTransfer(const PipeTransfer& transfer, int32_t time)
    return {TransferWait::ended, 0};
 }
 
-int finishTransfer(PipeTransfer& transfer, bool block, uint32_t& count)
+int finishTransfer(Handle, PipeTransfer& transfer, bool block, uint32_t& count)
 {
    Record& record = recordOf(transfer);
    while (!record.ended) {
@@ -270,6 +270,6 @@ int finishTransfer(PipeTransfer& transfer, bool block, uint32_t& count)
    return 0;
 }
 
-void cancelTransfers(Handle) {} // see Record: nothing is ever under way
+void cancelTransfer(Handle, PipeTransfer&) {} // see Record: nothing is ever under way
 
 } // namespace platform

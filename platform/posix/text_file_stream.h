@@ -6,7 +6,7 @@
 namespace platform {
 
 // Makes a text file of a descriptor, which it owns from here on, failure included. A descriptor
-// below 0 is the failure that errno tells. Returns 0, or the system's number for the failure.
+// below 0 is the failure that errno tells. Returns 0, or the number of errno for the failure.
 int streamFrom(int descriptor, TextFile* file);
 
 } // namespace platform

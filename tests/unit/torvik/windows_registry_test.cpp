@@ -20,9 +20,11 @@
 
 namespace {
 
+using testing::AnyOf;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
+using testing::StrEq;
 using View = SettingsTree::View;
 
 constexpr const char* kKey = "SOFTWARE/TorvikTest/Key";
@@ -420,11 +422,18 @@ TEST_F(WindowsRegistry, EachFailedAllocationIsAFailureOfItsOwnAndLeaksNothing)
 TEST(FailureText, NumberWithoutATextStillHasWords)
 {
    char text[platform::kFailureTextSize];
-   ASSERT_TRUE(platform::failureText(2, text));
+   ASSERT_TRUE(platform::systemFailureText(2, text));
    EXPECT_STREQ(text, "No such file or directory");
    text[0] = 0;
-   ASSERT_TRUE(platform::failureText(4'000'000'000, text));
+   ASSERT_TRUE(platform::systemFailureText(4'000'000'000, text));
    EXPECT_STRNE(text, "");
+}
+
+TEST(FailureText, NumbersOfFilesAreThoseOfErrno)
+{
+   char text[platform::kFailureTextSize];
+   ASSERT_TRUE(platform::errnoText(ENAMETOOLONG, text));
+   EXPECT_THAT(text, AnyOf(StrEq("File name too long"), StrEq("Filename too long")));
 }
 
 } // namespace

@@ -91,6 +91,7 @@ TEST_F(Locator, NumberIsReadAsAtoiReadsIt)
    EXPECT_EQ(portFrom("Port= \t+12abc\n"), 12);
    EXPECT_EQ(portFrom("Port=-1\n"), 65535);
    EXPECT_EQ(portFrom("Port=0x10\n"), 0);
+   EXPECT_EQ(portFrom("Port=4294968530\n"), 1234);
    EXPECT_EQ(portFrom("Port=99999999999999999999999999\n"), 65535);
    EXPECT_EQ(portFrom("Mapping=-99999999999999999999999999\n"), 0);
 }

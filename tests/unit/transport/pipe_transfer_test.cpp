@@ -280,7 +280,7 @@ TEST_F(PipeTransfer, FinishThatMayNotBlockFailsWhileTheTransferIsUnderWay)
    platform::PipeTransfer transfer{event.get()};
    ASSERT_EQ(platform::startRead(own.get(), buffer, sizeof(buffer), transfer), 0);
    uint32_t count = 0;
-   EXPECT_EQ(platform::finishTransfer(transfer, false, count), EAGAIN);
+   EXPECT_EQ(platform::finishTransfer(own.get(), transfer, false, count), EAGAIN);
 }
 
 TEST_F(PipeTransfer, ClosedHandleFailsTheWait)

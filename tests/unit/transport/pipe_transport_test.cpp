@@ -298,6 +298,17 @@ TEST(Pipe, WriteOnAClosedPipeIsNotOpen)
              (Failure{TTransportException::NOT_OPEN, "Called write on non-open pipe"}));
 }
 
+TEST(Pipe, ReadLargerThanAnyMessageIsRefused)
+{
+   TPipe closed("nothing", std::make_shared<TConfiguration>(INT32_MAX));
+   uint8_t byte = 0;
+   for (const uint32_t length : {0x80000000u, 0xFFFFFFFFu})
+      EXPECT_EQ(failureOf([&] { closed.read(&byte, length); }),
+                (Failure{TTransportException::END_OF_FILE, "MaxMessageSize reached"}));
+   EXPECT_EQ(failureOf([&] { closed.read(&byte, INT32_MAX); }),
+             (Failure{TTransportException::NOT_OPEN, "Called read on non-open pipe"}));
+}
+
 TEST(Pipe, SizeOfAReadIsCheckedBeforeOpenness)
 {
    TPipe closed("nothing", std::make_shared<TConfiguration>(10));

@@ -288,12 +288,14 @@ void __wrap__ZN8platform10raiseEventEl(platform::Handle event)
    __real__ZN8platform10raiseEventEl(event);
 }
 
-// platform::cancelTransfers(Handle)
-void __real__ZN8platform15cancelTransfersEl(platform::Handle pipe);
-void __wrap__ZN8platform15cancelTransfersEl(platform::Handle pipe)
+// platform::cancelTransfer(Handle, PipeTransfer&)
+void __real__ZN8platform14cancelTransferElRNS_12PipeTransferE(platform::Handle pipe,
+                                                              platform::PipeTransfer& transfer);
+void __wrap__ZN8platform14cancelTransferElRNS_12PipeTransferE(platform::Handle pipe,
+                                                              platform::PipeTransfer& transfer)
 {
    faults::noteStep("cancelled");
-   __real__ZN8platform15cancelTransfersEl(pipe);
+   __real__ZN8platform14cancelTransferElRNS_12PipeTransferE(pipe, transfer);
 }
 
 // platform::tickCount()

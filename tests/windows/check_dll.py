@@ -1,0 +1,32 @@
+"""check_dll.py DLL LIST OBJDUMP: holds the DLL to its exports, to what it may import, and to its size."""
+
+import pathlib
+import re
+import subprocess
+import sys
+
+SYSTEM = {"ADVAPI32.dll", "KERNEL32.dll", "msvcrt.dll", "SHELL32.dll", "WS2_32.dll"}
+MOST_BYTES = 2_000_000
+
+
+def faults(dll, names, objdump):
+    told = subprocess.run([objdump, "-p", dll], capture_output=True, text=True, check=True).stdout
+    table = told.partition("[Ordinal/Name Pointer] Table")[2].partition("\n\n")[0]
+    exported = re.findall(r"^\s*\[\s*\d+\] (\S+)$", table, re.M)
+    if sorted(exported) != sorted(names):
+        yield f"exported and not in the list: {sorted(set(exported) - set(names))}"
+        yield f"in the list and not once exported: {[n for n in names if exported.count(n) != 1]}"
+    imported = set(re.findall(r"DLL Name: (\S+)", told))
+    if not imported or imported - SYSTEM:
+        yield f"imported: {sorted(imported)}, of which the system has {sorted(SYSTEM)}"
+    size = pathlib.Path(dll).stat().st_size
+    if size >= MOST_BYTES:
+        yield f"{size} bytes are {MOST_BYTES} or more"
+    if ".rsrc" not in subprocess.run([objdump, "-h", dll], capture_output=True, text=True, check=True).stdout:
+        yield "no resource tells the version"
+
+
+dll, listed, objdump = sys.argv[1:]
+found = list(faults(dll, pathlib.Path(listed).read_text(encoding="utf-8").split(), objdump))
+print("\n".join(found) or f"{dll} is as it should be")
+sys.exit(bool(found))

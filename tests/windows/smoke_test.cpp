@@ -1,0 +1,408 @@
+// The library as a program of Windows meets it: the DLL beside the program, real pipes, the registry
+// and folders of the system.
+#include "exports/peer_session.h"
+#include "lorvex_translator.h"
+#include "service/checked_status.h"
+#include "service/wire_bytes.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace zerova::test;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+using testing::AnyOf;
+using testing::HasSubstr;
+
+namespace fs = std::filesystem;
+
+// The folder of the program, which is that of the build.
+fs::path ownFolder()
+{
+   wchar_t path[MAX_PATH];
+   const DWORD length = GetModuleFileNameW(nullptr, path, MAX_PATH);
+   return fs::path(std::wstring(path, length)).parent_path();
+}
+
+std::string utf8(const fs::path& path)
+{
+   const std::u8string text = path.generic_u8string();
+   return {text.begin(), text.end()};
+}
+
+// A folder of the test's own, gone with it.
+class OwnFolder
+{
+public:
+   explicit OwnFolder(const fs::path& name)
+      : path_(ownFolder() / name)
+   {
+      fs::remove_all(path_);
+      fs::create_directories(path_);
+   }
+   ~OwnFolder()
+   {
+      std::error_code ignored;
+      fs::remove_all(path_, ignored);
+   }
+   OwnFolder(const OwnFolder&) = delete;
+   OwnFolder& operator=(const OwnFolder&) = delete;
+
+   const fs::path& path() const { return path_; }
+
+   void write(const fs::path& name, const std::string& content) const
+   {
+      fs::create_directories((path_ / name).parent_path());
+      std::ofstream file(path_ / name, std::ios::binary);
+      file << content;
+      ASSERT_TRUE(file.flush()) << utf8(name);
+   }
+
+private:
+   fs::path path_;
+};
+
+// The value that an installer writes, in the view of 32-bit programs alone.
+class InstalledFolder
+{
+public:
+   explicit InstalledFolder(const std::wstring& folder)
+   {
+      EXPECT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, nullptr, 0,
+                                KEY_ALL_ACCESS | KEY_WOW64_32KEY, nullptr, &key_, nullptr),
+                ERROR_SUCCESS);
+      EXPECT_EQ(RegSetValueExW(key_, kValue, 0, REG_SZ,
+                               reinterpret_cast<const BYTE*>(folder.c_str()),
+                               static_cast<DWORD>((folder.size() + 1) * sizeof(wchar_t))),
+                ERROR_SUCCESS);
+   }
+   ~InstalledFolder()
+   {
+      RegDeleteValueW(key_, kValue);
+      RegCloseKey(key_);
+   }
+   InstalledFolder(const InstalledFolder&) = delete;
+   InstalledFolder& operator=(const InstalledFolder&) = delete;
+
+private:
+   static constexpr const wchar_t* kKey = L"SOFTWARE\\Trevanta\\Common\\Installer";
+   static constexpr const wchar_t* kValue = L"TRVSHAREDDIR";
+   HKEY key_ = nullptr;
+};
+
+char* QUELERR_CALL allocate(void*, size_t length, void*, quelerr_Status*)
+{
+   return static_cast<char*>(std::malloc(length));
+}
+
+class Translator
+{
+public:
+   explicit Translator(const std::string& errorsFolder)
+      : made_(lorvex_exported_create(
+           "dorvex_zerova",
+           (R"({"lorvexlua_xlator":"dorvex","lorvexlua_settings":{"driverName":"none",)"
+            R"("trvSharedErrorsDir":")" +
+            errorsFolder + R"(","AuxErrorsDir":""}})")
+              .c_str(),
+           status_))
+   {
+      EXPECT_NE(made_, nullptr) << status_.json();
+   }
+   ~Translator()
+   {
+      if (made_) made_->destroy(made_);
+   }
+   Translator(const Translator&) = delete;
+   Translator& operator=(const Translator&) = delete;
+
+   std::string describe(int32_t code, uint32_t language)
+   {
+      char* const text = made_->getStaticDesc(made_, static_cast<uint32_t>(code),
+                                              LORVEX_LANG_AND_ADE(language, lorvex_environmentNone),
+                                              allocate, nullptr, status_);
+      EXPECT_EQ(status_.code(), 0) << status_.json();
+      std::string described = text ? text : "";
+      std::free(text);
+      return described;
+   }
+
+private:
+   CheckedStatus status_;
+   lorvex_Translator* made_;
+};
+
+std::string errorFile(int32_t code, const std::string& text)
+{
+   return "<?xml version=\"1.0\"?>\r\n<tvdocument>\r\n<tverror code=\"" + std::to_string(code) +
+          "\">\r\n" + text + "\r\n</tverror>\r\n</tvdocument>\r\n";
+}
+
+int64_t elapsedMs(steady_clock::time_point start)
+{
+   return std::chrono::duration_cast<milliseconds>(steady_clock::now() - start).count();
+}
+
+TEST(LocalSession, CallsGoThroughTheNamedPipe)
+{
+   RawPeer plain(Listener::local("com.zerova"), answeringPlainly());
+   RawPeer immediate(Listener::local("com.zerova.immediate"), answeringPlainly());
+   CheckedStatus status;
+   const zerovaapi_Session session = zerovaapi_createSession(status);
+   ASSERT_NE(session, nullptr) << status.json();
+   for (int i = 0; i < 100; ++i)
+      EXPECT_EQ(zerovaapi_getSystemChangeNumber(session, status), 7);
+   char** const devices = zerovaapi_getRoutableDevices(session, status);
+   ASSERT_NE(devices, nullptr) << status.json();
+   zerovaapi_destroyStringArray(devices);
+   zerovaapi_destroySession(session);
+   ASSERT_TRUE(plain.waitUntilFinished(0));
+   EXPECT_EQ(plain.record(0).frames.size(), 102u);
+   EXPECT_EQ(plain.record(0).end, StreamEnd::kClosed);
+   EXPECT_EQ(immediate.connectionCount(), 0u);
+
+   const zerovaapi_Session other = zerovaapi_createImmediateSession(status);
+   ASSERT_NE(other, nullptr) << status.json();
+   zerovaapi_destroySession(other);
+   EXPECT_EQ(immediate.connectionCount(), 1u);
+}
+
+TEST(LocalSession, MissingPipeIsTriedFor5000Ms)
+{
+   CheckedStatus status;
+   const steady_clock::time_point start = steady_clock::now();
+   EXPECT_EQ(zerovaapi_createSession(status), nullptr);
+   EXPECT_GE(elapsedMs(start), 5000);
+   EXPECT_LT(elapsedMs(start), 15000);
+   EXPECT_EQ(status.code(), -89168);
+   EXPECT_THAT(status.json(), HasSubstr("\"Thrift::TTransportException\":\"Unable to open pipe\""));
+}
+
+TEST(LocalSession, PipeThatStaysBusyIsWaitedForTwice)
+{
+   const HANDLE only = CreateNamedPipeA("\\\\.\\pipe\\com.zerova", PIPE_ACCESS_DUPLEX,
+                                        PIPE_TYPE_BYTE, 1, 4096, 4096, 0, nullptr);
+   ASSERT_NE(only, INVALID_HANDLE_VALUE);
+   const HANDLE client =
+      CreateFileA("\\\\.\\pipe\\com.zerova", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+   CheckedStatus status;
+   const steady_clock::time_point start = steady_clock::now();
+   EXPECT_EQ(zerovaapi_createSession(status), nullptr);
+   EXPECT_GE(elapsedMs(start), 5900);
+   EXPECT_LT(elapsedMs(start), 20000);
+   EXPECT_EQ(status.code(), -89168);
+   CloseHandle(client);
+   CloseHandle(only);
+}
+
+TEST(LocalSession, PipeThatIsBusyForAWhileIsHad)
+{
+   const HANDLE first =
+      CreateNamedPipeA("\\\\.\\pipe\\com.zerova", PIPE_ACCESS_DUPLEX, PIPE_TYPE_BYTE,
+                       PIPE_UNLIMITED_INSTANCES, 4096, 4096, 0, nullptr);
+   ASSERT_NE(first, INVALID_HANDLE_VALUE);
+   const HANDLE client =
+      CreateFileA("\\\\.\\pipe\\com.zerova", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+   std::optional<RawPeer> service;
+   std::thread free([&] {
+      Sleep(500);
+      CloseHandle(client);
+      CloseHandle(first);
+      Listener listener = Listener::local("com.zerova");
+      service.emplace(std::move(listener), answeringPlainly());
+   });
+   CheckedStatus status;
+   const zerovaapi_Session session = zerovaapi_createSession(status);
+   free.join();
+   EXPECT_NE(session, nullptr) << status.json();
+   EXPECT_EQ(status.code(), 0);
+   zerovaapi_destroySession(session);
+}
+
+// Each call of a session whose service has gone, by how it went.
+void expectBrokenSession(Script script)
+{
+   RawPeer service(Listener::local("com.zerova"), std::move(script));
+   CheckedStatus status;
+   const zerovaapi_Session session = zerovaapi_createSession(status);
+   ASSERT_NE(session, nullptr) << status.json();
+   zerovaapi_getSystemChangeNumber(session, status);
+   EXPECT_EQ(status.code(), -52024);
+   // The end may come before the reading is started or while it is under way.
+   EXPECT_THAT(status.json(), AnyOf(HasSubstr("getOverlappedResultWithTimeout failed"),
+                                    HasSubstr("TPipe: read failed")));
+   status.clear();
+   zerovaapi_getSystemChangeNumber(session, status);
+   EXPECT_EQ(status.code(), -52024);
+   EXPECT_THAT(status.json(), HasSubstr("TPipe: write failed"));
+   zerovaapi_destroySession(session);
+}
+
+TEST(LocalSession, ServiceThatClosesDuringACallFailsIt)
+{
+   expectBrokenSession(Script().acceptVersion().receive().close());
+}
+
+TEST(LocalSession, ServiceThatDisconnectsDuringACallFailsIt)
+{
+   expectBrokenSession(Script().acceptVersion().receive().reset());
+}
+
+TEST(RemoteSession, CallsGoThroughTcpAtTheLocatorsPort)
+{
+   PeerSession session(answeringPlainly());
+   CheckedStatus status;
+   for (int i = 0; i < 100; ++i)
+      EXPECT_EQ(zerovaapi_getSystemChangeNumber(session, status), 7);
+   EXPECT_EQ(session.requests().size(), 100u);
+   EXPECT_EQ(status.code(), 0);
+}
+
+TEST(RemoteSession, HostWhereNobodyListensIsTriedFor5000Ms)
+{
+   const LoopbackAddress nobody;
+   CheckedStatus status;
+   const steady_clock::time_point start = steady_clock::now();
+   EXPECT_EQ(zerovaapi_createRemoteSession(nobody.text().c_str(), status), nullptr);
+   EXPECT_GE(elapsedMs(start), 5000);
+   EXPECT_LT(elapsedMs(start), 30000);
+   EXPECT_EQ(status.code(), -89168);
+}
+
+TEST(Sessions, EightThreadsHaveTheirOwn)
+{
+   RawPeer service(Listener::local("com.zerova"), answeringPlainly());
+   std::vector<std::thread> threads;
+   for (int i = 0; i < 8; ++i)
+      threads.emplace_back([] {
+         CheckedStatus status;
+         for (int round = 0; round < 20; ++round) {
+            const zerovaapi_Session session = zerovaapi_createSession(status);
+            ASSERT_NE(session, nullptr) << status.json();
+            EXPECT_EQ(zerovaapi_getSystemChangeNumber(session, status), 7);
+            zerovaapi_destroySession(session);
+         }
+      });
+   for (std::thread& thread : threads)
+      thread.join();
+   EXPECT_EQ(service.connectionCount(), 160u);
+}
+
+// The texts of the source, by code and language.
+std::map<std::pair<int32_t, std::string>, std::string> sourceTexts()
+{
+   std::map<std::pair<int32_t, std::string>, std::string> texts;
+   std::ifstream source(TEXTS_SOURCE, std::ios::binary);
+   std::string* text = nullptr;
+   for (std::string line; std::getline(source, line);) {
+      if (line.starts_with("#")) continue;
+      if (line.starts_with("[")) {
+         const size_t blank = line.find(' ');
+         text =
+            &texts[{std::stoi(line.substr(1)), line.substr(blank + 1, line.size() - blank - 2)}];
+      } else if (text) {
+         *text += line + "\n";
+      }
+   }
+   for (auto& entry : texts)
+      entry.second.erase(entry.second.find_last_not_of('\n') + 1);
+   return texts;
+}
+
+TEST(Translator, EveryCodeIsDescribedInEveryLanguageAsTheSourceHasIt)
+{
+   constexpr const char* kLanguages[] = {"English",  "French", "German",
+                                         "Japanese", "Korean", "ChineseS"};
+   const auto texts = sourceTexts();
+   ASSERT_EQ(texts.size(), 9u * std::size(kLanguages));
+   Translator translator(utf8(ownFolder() / "texts/generated/zerova"));
+   for (const auto& [key, text] : texts)
+      for (uint32_t language = 0; language < std::size(kLanguages); ++language)
+         if (key.second == kLanguages[language]) {
+            EXPECT_EQ(translator.describe(key.first, language), text) << key.first << key.second;
+         }
+}
+
+TEST(Translator, FolderOfTheRegistryMayHaveAJapaneseName)
+{
+   const OwnFolder shared(L"\u5171\u6709");
+   shared.write("Errors/Japanese/a.err", errorFile(-99001, "\x93\xFA\x96\x7B"));
+   shared.write(fs::path(L"Errors/English/\u82F1\u8A9E.txt"), errorFile(-99002, "caf\xE9"));
+   const InstalledFolder installed(shared.path().wstring() + L"\\");
+   Translator translator("$_trvShared32Dir/Errors");
+   EXPECT_EQ(translator.describe(-99001, lorvex_languageJapanese), "\u65E5\u672C");
+   EXPECT_EQ(translator.describe(-99002, lorvex_languageEnglish), "caf\u00E9");
+}
+
+TEST(Translator, NumbersAreWrittenAsOnAnySystem)
+{
+   // The pattern that the C library of this system writes has three digits in its exponent.
+   CheckedStatus status;
+   lorvex_Translator* const made = lorvex_exported_create(
+      "dorvex_zerova",
+      R"({"lorvexlua_xlator":"dorvex","lorvexlua_settings":{"driverName":"none"}})", status);
+   ASSERT_NE(made, nullptr) << status.json();
+   char* const text =
+      made->getDynamicDesc(made, R"({"component":"x","x_debug":{"number":1e20}})",
+                           LORVEX_LANG_AND_ADE(lorvex_languageEnglish, lorvex_environmentNone),
+                           "json1", allocate, nullptr, status);
+   ASSERT_NE(text, nullptr) << status.json();
+   EXPECT_THAT(text, HasSubstr("1e+20"));
+   std::free(text);
+   made->destroy(made);
+}
+
+TEST(Library, PairsThatShareAnEntryHaveOneAddress)
+{
+   const HMODULE library = GetModuleHandleW(L"zerovaapi.dll");
+   ASSERT_NE(library, nullptr);
+   for (const auto& [one, other] :
+        {std::pair("zerovaapi_DeviceContainer_begin", "zerovaapi_TerminalContainer_begin"),
+         std::pair("zerovaapi_DeviceIterator_next", "zerovaapi_TerminalIterator_next"),
+         std::pair("zerovaapi_destroyString", "zerovaapi_destroyStringArray")})
+   {
+      ASSERT_NE(GetProcAddress(library, one), nullptr) << one;
+      EXPECT_EQ(GetProcAddress(library, one), GetProcAddress(library, other)) << one;
+   }
+}
+
+TEST(Library, IsLoadedAndUnloadedSixtyTimes)
+{
+   const OwnFolder folder("copy");
+   const fs::path copy = folder.path() / "other.dll";
+   fs::copy_file(ownFolder() / "zerovaapi.dll", copy);
+   for (int i = 0; i < 60; ++i) {
+      const HMODULE library = LoadLibraryW(copy.c_str());
+      ASSERT_NE(library, nullptr) << GetLastError();
+      const auto create = reinterpret_cast<decltype(&lorvex_exported_create)>(
+         reinterpret_cast<void*>(GetProcAddress(library, "lorvex_exported_create")));
+      ASSERT_NE(create, nullptr);
+      CheckedStatus status;
+      std::thread([&] {
+         lorvex_Translator* const made = create(
+            "dorvex_zerova", R"({"lorvexlua_xlator":"dorvex","lorvexlua_settings":{}})", status);
+         ASSERT_NE(made, nullptr) << status.json();
+         made->destroy(made);
+      }).join();
+      ASSERT_TRUE(FreeLibrary(library));
+      ASSERT_EQ(GetModuleHandleW(L"other.dll"), nullptr);
+   }
+}
+
+} // namespace
