@@ -7,6 +7,7 @@ project with, or nothing.
 import json
 import os
 import pathlib
+import re
 import shutil
 import sys
 import tempfile
@@ -162,6 +163,18 @@ class Refused(Scratch):
     def test_a_file_in_the_place_of_the_prefix_is_told(self):
         self.prefix.touch()
         self.assertIn(f"{self.prefix} is a file in the place of a folder", self.refusal(self.prefix))
+
+    def test_endpoints_that_anybody_may_write_to_are_told(self):
+        cache = (BUILD / "CMakeCache.txt").read_text(encoding="utf-8")
+        folder = re.search("^ZEROVA_ENDPOINT_DIR:[A-Z]+=/(.*)$", cache, re.M).group(1)
+        endpoints = self.scratch / folder
+        endpoints.mkdir(parents=True)
+        endpoints.chmod(0o777)
+        launcher = ["env", f"DESTDIR={self.scratch}"]
+        self.assertIn(f"Anybody may write to {endpoints} ", self.refusal("/prefix", *launcher))
+        self.assertFalse((self.scratch / "prefix/include").exists())
+        endpoints.chmod(0o755)
+        must(*launcher, "cmake", "--install", BUILD, "--prefix", "/prefix")
 
 
 class MissingDependency(Scratch):
