@@ -189,6 +189,8 @@ void lorvexlua_codecFail()
    lorvexlua_raiseOutOfMemory(currentCall()->state);
 }
 
+void lorvexlua_codecBegins() {}
+
 const char* lorvexlua_codecText(lua_State* L, int index, size_t* length)
 {
    const char* const text = lua_tolstring(L, index, length);

@@ -55,6 +55,8 @@ void lorvexlua_codecFree(void* block);
 _Noreturn
 #endif
 void lorvexlua_codecFail(void);
+/* Each codec that is made asks for it; there is nothing that it would have to look up. */
+void lorvexlua_codecBegins(void);
 /* lua_tolstring; lack of memory for a text whose escaped form the codec's sizes cannot hold. */
 const char* lorvexlua_codecText(struct lua_State* L, int index, size_t* length);
 
