@@ -12,9 +12,8 @@
 #include <string>
 #include <vector>
 
-extern "C" {
-#include <lua-cjson.h>
-}
+// The codec's package has no header of its own.
+extern "C" int luaopen_cjson(lua_State* L);
 
 namespace {
 

@@ -141,10 +141,12 @@ TEST(InterruptedTransfer, IsBegunAgainAsOftenAsItTakes)
 
 TEST(InterruptedTransfer, PassesOnEveryOtherFailure)
 {
+   const int closed = platform::uninheritedSocket(AF_INET, SOCK_STREAM, 0);
+   ASSERT_EQ(close(closed), 0);
    char byte = 0;
-   EXPECT_EQ(platform::resumedSend(-1, &byte, 1, MSG_NOSIGNAL), -1);
+   EXPECT_EQ(platform::resumedSend(closed, &byte, 1, MSG_NOSIGNAL), -1);
    EXPECT_EQ(errno, EBADF);
-   EXPECT_EQ(platform::resumedReceive(-1, &byte, 1, 0), -1);
+   EXPECT_EQ(platform::resumedReceive(closed, &byte, 1, 0), -1);
    EXPECT_EQ(errno, EBADF);
 }
 

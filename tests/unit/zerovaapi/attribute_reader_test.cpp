@@ -51,9 +51,12 @@ INSTANTIATE_TEST_SUITE_P(
 struct FirstGrowth : quelerr_Status
 {
    explicit FirstGrowth(const HeapWatch& heapWatch)
-      : quelerr_Status{0, 0, resize, nullptr}
-      , watch(heapWatch)
+      : watch(heapWatch)
    {
+      code = 0;
+      capacity = 0;
+      quelerr_Status::resize = resize;
+      json = nullptr;
    }
 
    static bool resize(quelerr_Status* status, uint32_t)
