@@ -156,6 +156,16 @@ WireBytes reply(const std::string& method = kMethod)
    return result(WireBytes().message(wire::kReply, method)).stop();
 }
 
+// The code of a call for whose long reply there is no memory.
+int32_t codeOfACallWithoutMemory(Stack& stack)
+{
+   FixedStatus status;
+   HeapWatch watch;
+   watch.failAbove(kLong.size());
+   zerovaapi_getRoutableDevices(stack, status);
+   return status.code();
+}
+
 TEST(LostReply, InAFrameThatNamesTheMethodLeavesTheConnectionInStep)
 {
    EXPECT_THAT(nextCallsAfter(reply().frame()), ElementsAre(Next::isRight));
@@ -209,13 +219,7 @@ TEST(LostReply, OfACallBehindOneThatFailedInItsReplyLeavesTheConnectionInStep)
    FixedStatus first;
    zerovaapi_getRoutableDevices(stack, first);
    EXPECT_EQ(first.code(), -52024);
-   FixedStatus second;
-   {
-      HeapWatch watch;
-      watch.failAbove(kLong.size());
-      zerovaapi_getRoutableDevices(stack, second);
-   }
-   EXPECT_EQ(second.code(), -52000);
+   EXPECT_EQ(codeOfACallWithoutMemory(stack), -52000);
    EXPECT_EQ(makeNextCall(stack), Next::isRight);
 }
 
@@ -417,13 +421,7 @@ TEST(LostReply, ThatCameBeforeTheCallClosesTheConnection)
    const std::string early = i32Reply(kNextMethod, kNextAnswer).substr(4) + reply().bytes();
    Stack stack({WireBytes().raw(early).frame(), reply().frame()});
    EXPECT_EQ(makeNextCall(stack), Next::isRight);
-   FixedStatus status;
-   {
-      HeapWatch watch;
-      watch.failAbove(kLong.size());
-      zerovaapi_getRoutableDevices(stack, status);
-   }
-   EXPECT_EQ(status.code(), -52000);
+   EXPECT_EQ(codeOfACallWithoutMemory(stack), -52000);
    EXPECT_EQ(makeNextCall(stack), Next::findsTheConnectionClosed);
 }
 
