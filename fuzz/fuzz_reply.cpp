@@ -135,9 +135,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
       sent += wrapped(way & 3, call.method, reply);
 
    const auto session = zerova::makeClientSession(delivered(way >> 2 & 7, sent));
+   const auto generic = zerova::makeClientSession(replyFromMemory(sent, sent.size()));
    for (size_t i = 0; i < replies.size(); ++i) {
       OwnedStatus status;
-      call.run(zerova::wrap<zerovaapi_Session>(session.get()), &status);
+      call.run(zerova::wrap<zerovaapi_Session>(session.get()), *generic, &status);
       requireSound(status, sent);
    }
    return 0;

@@ -3,6 +3,7 @@
 #define FUZZ_REPLY_CALLS_H
 
 #include "quelerr_status.h"
+#include "transport/client_session.h"
 #include "zerovaapi.h"
 
 #include <span>
@@ -10,8 +11,9 @@
 struct ReplyCall
 {
    const char* method;
-   // Calls with some arguments, looks at all that came back, and releases it.
-   void (*run)(zerovaapi_Session session, quelerr_Status* status);
+   // Calls with some arguments, looks at all that came back, and releases it. generic is a session of
+   // its own with the same replies, for those that are compared with what the stub makes of them.
+   void (*run)(zerovaapi_Session session, zerova::ClientSession& generic, quelerr_Status* status);
 };
 
 std::span<const ReplyCall> replyCalls();

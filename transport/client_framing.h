@@ -70,6 +70,23 @@ public:
       return TFramedTransport::readEnd();
    }
 
+   // Receives the awaited reply and leaves it unread. Nothing, if something is left in front of it.
+   std::span<const uint8_t> receiveWholeReply()
+   {
+      if (rBase_ != rBound_) return {};
+      if (!readFrame() || rBase_ == rBound_)
+         throw TTransportException(TTransportException::END_OF_FILE, "No more data to read.");
+      return {rBase_, rBound_};
+   }
+
+   // All of it has been read.
+   void endWholeReply()
+   {
+      setReadBuffer(rBuf_.get(), 0);
+      endReply();
+      readEnd();
+   }
+
    // Forgets the call that is under way. False unless the next call finds the connection as if that
    // one had not been made: of a request that was sent, the reply has to be seen to have come, and
    // to be the whole of what is forgotten.

@@ -80,6 +80,12 @@ std::shared_ptr<TTransport> makeTransport(const std::string& pipeName, const std
    return std::make_shared<RemoteTransport>(host, findServicePort(host));
 }
 
+// Null in a session of other make than ours.
+ClientFraming* framingOf(ClientSession& session)
+{
+   return dynamic_cast<ClientFraming*>(session.framed.get());
+}
+
 } // namespace
 
 std::unique_ptr<ClientSession> makeClientSession(const std::shared_ptr<TTransport>& transport)
@@ -101,9 +107,20 @@ std::unique_ptr<ClientSession> openClientSession(const std::string& pipeName,
    return session;
 }
 
+std::span<const uint8_t> receiveWholeReply(ClientSession& session)
+{
+   ClientFraming* const framing = framingOf(session);
+   return framing ? framing->receiveWholeReply() : std::span<const uint8_t>();
+}
+
+void endWholeReply(ClientSession& session)
+{
+   framingOf(session)->endWholeReply();
+}
+
 void dropUnfinishedCall(ClientSession& session)
 {
-   auto* const framing = dynamic_cast<ClientFraming*>(session.framed.get());
+   ClientFraming* const framing = framingOf(session);
    if (framing && !framing->dropUnfinished()) session.transport->close();
 }
 

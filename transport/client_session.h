@@ -7,7 +7,9 @@
 #include <thrift/protocol/TProtocol.h>
 #include <thrift/transport/TTransport.h>
 
+#include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 
 namespace zerova {
@@ -30,6 +32,11 @@ makeClientSession(const std::shared_ptr<apache::thrift::transport::TTransport>& 
 // the local pipe pipeName when host is empty. Throws what the transport throws.
 std::unique_ptr<ClientSession> openClientSession(const std::string& pipeName,
                                                  const std::string& host);
+
+// Receives the reply to the request that was just sent, for those who read it from its bytes. The
+// client finds it unread until endWholeReply is called, or receives it itself if there are no bytes.
+std::span<const uint8_t> receiveWholeReply(ClientSession& session);
+void endWholeReply(ClientSession& session);
 
 // Brings a session back in step whose call ended for lack of memory, so that the next call finds it
 // as if that one had not been made. Where that cannot be shown, closes its transport: the next call

@@ -6,6 +6,7 @@
 #include "platform/export_alias.h"
 #include "source/zerovaapi/call_guard.h"
 #include "source/zerovaapi/handles.h"
+#include "source/zerovaapi/reply_reader.h"
 #include "source/zerovaapi/retry.h"
 #include "source/zerovaapi/string_array.h"
 #include "transport/client_session.h"
@@ -13,8 +14,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace zerova;
@@ -75,26 +78,65 @@ void setEntry(AttributeMap& map, const char* name, const char* value)
    map[name].str_attr = value;
 }
 
+// The two large replies are read from their bytes, and by the stub if they are not as usual.
+
+std::unique_ptr<DeviceReply> routeInfo(ClientSession& session, int32_t ticket)
+{
+   session.client.send_getRouteInfo(ticket);
+   if (auto reply = readDeviceReply(receiveWholeReply(session))) {
+      endWholeReply(session);
+      return reply;
+   }
+   std::vector<DeviceInfo> devices;
+   session.client.recv_getRouteInfo(devices);
+   return makeDevices(devices);
+}
+
+std::unique_ptr<TerminalReply> terminalsOf(ClientSession& session, const std::string& device,
+                                           const std::vector<std::string>& names)
+{
+   session.client.send_getTerminalNamesAndAttributesForDevice(device, names);
+   std::optional<ReplyContent> content = readTerminalReply(receiveWholeReply(session));
+   if (content) {
+      endWholeReply(session);
+   } else {
+      std::vector<AttributeMap> terminals;
+      session.client.recv_getTerminalNamesAndAttributesForDevice(terminals);
+      content = makeContent(terminals);
+   }
+   return std::make_unique<TerminalReply>(std::move(*content));
+}
+
+size_t sizeOf(const Terminals& terminals)
+{
+   return terminals.size();
+}
+
+size_t sizeOf(const DeviceReply& reply)
+{
+   return reply.devices.size();
+}
+
 // Nothing is in a null container, which is what a failed call gives: callers walk it as an empty one.
 template <typename Container>
 bool isAtEnd(Container container, zerovaapi_Iterator iterator)
 {
-   return !container || iterator >= unwrap(container)->size();
+   return !container || iterator >= sizeOf(*unwrap(container));
 }
 
-DeviceInfo& deviceAt(zerovaapi_DeviceContainer container, zerovaapi_Iterator iterator)
+Device& deviceAt(zerovaapi_DeviceContainer container, zerovaapi_Iterator iterator)
 {
    if (isAtEnd(container, iterator)) throw std::out_of_range("invalid vector subscript");
-   return (*unwrap(container))[iterator];
+   return unwrap(container)->devices[iterator];
 }
 
 // Null unless the terminal has an attribute of that name and type. The type tag alone counts.
-const Attribute* findAttribute(zerovaapi_TerminalContainer container, zerovaapi_Iterator iterator,
-                               const std::string& name, AttrType::type type)
+const TerminalAttribute* findAttribute(zerovaapi_TerminalContainer container,
+                                       zerovaapi_Iterator iterator, const std::string& name,
+                                       AttrType::type type)
 {
-   const AttributeMap& terminal = (*unwrap(container))[iterator];
-   const auto found = terminal.find(name);
-   return found != terminal.end() && found->second.attr_type == type ? &found->second : nullptr;
+   const TerminalAttribute* const found = unwrap(container)->find(iterator, name);
+   return found && found->type == type ? found : nullptr;
 }
 
 constexpr const char* kIteratorAtEnd = "Input iterator must not point to the end of the sequence";
@@ -171,9 +213,7 @@ zerovaapi_DeviceContainer zerovaapi_getRouteInfo(zerovaapi_Session session, int3
                                                  quelerr_Status* status)
 {
    return guarded(status, ZEROVAAPI_CALL_SITE(session), nullptr, [&] {
-      auto devices = std::make_unique<Devices>();
-      service(session).getRouteInfo(*devices, ticket);
-      return wrap<zerovaapi_DeviceContainer>(devices.release());
+      return wrap<zerovaapi_DeviceContainer>(routeInfo(*unwrap(session), ticket).release());
    });
 }
 
@@ -360,9 +400,8 @@ zerovaapi_getTerminalNamesAndAttributesForDevice(zerovaapi_Session session, cons
 {
    return guarded(status, ZEROVAAPI_CALL_SITE(session), nullptr, [&] {
       const std::vector<std::string> names = copyTexts(attribute_names);
-      auto terminals = std::make_unique<Terminals>();
-      service(session).getTerminalNamesAndAttributesForDevice(*terminals, dev_name, names);
-      return wrap<zerovaapi_TerminalContainer>(terminals.release());
+      return wrap<zerovaapi_TerminalContainer>(
+         terminalsOf(*unwrap(session), dev_name, names).release());
    });
 }
 
@@ -397,7 +436,7 @@ bool zerovaapi_TerminalIterator_isEnd(zerovaapi_TerminalContainer container,
 const char* zerovaapi_DeviceIterator_getDeviceName(zerovaapi_DeviceContainer container,
                                                    zerovaapi_Iterator iterator)
 {
-   return deviceAt(container, iterator).deviceName.c_str();
+   return deviceAt(container, iterator).name;
 }
 
 zerovaapi_TerminalContainer
@@ -418,8 +457,8 @@ const char* zerovaapi_TerminalIterator_getStringAttribute(zerovaapi_TerminalCont
       return nullptr;
    }
    return caught(status, ZEROVAAPI_SITE, nullptr, [&]() -> const char* {
-      const Attribute* attribute = findAttribute(container, iterator, name, AttrType::STRING);
-      if (attribute) return attribute->str_attr.c_str();
+      const auto* const attribute = findAttribute(container, iterator, name, AttrType::STRING);
+      if (attribute) return attribute->text;
       failForName(status, __LINE__, name);
       return nullptr;
    });
@@ -434,8 +473,8 @@ bool zerovaapi_TerminalIterator_getBoolAttribute(zerovaapi_TerminalContainer con
       return false;
    }
    return caught(status, ZEROVAAPI_SITE, false, [&] {
-      const Attribute* attribute = findAttribute(container, iterator, name, AttrType::BOOL);
-      if (attribute) return attribute->bool_attr;
+      const auto* const attribute = findAttribute(container, iterator, name, AttrType::BOOL);
+      if (attribute) return attribute->flag;
       failForName(status, __LINE__, name);
       return false;
    });
@@ -448,7 +487,7 @@ void zerovaapi_DeviceContainer_destroy(zerovaapi_DeviceContainer container)
 
 void zerovaapi_TerminalContainer_destroy(zerovaapi_TerminalContainer container)
 {
-   delete unwrap(container);
+   delete static_cast<TerminalReply*>(unwrap(container)); // those of a device are not destroyed
 }
 
 void zerovaapi_destroyString(char* text)

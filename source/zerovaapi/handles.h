@@ -2,19 +2,11 @@
 #ifndef ZEROVAAPI_HANDLES_H
 #define ZEROVAAPI_HANDLES_H
 
-#include "APIv1.h"
+#include "source/zerovaapi/containers.h"
 #include "transport/client_session.h"
 #include "zerovaapi.h"
 
-#include <map>
-#include <string>
-#include <vector>
-
 namespace zerova {
-
-using AttributeMap = std::map<std::string, Attribute>;
-using Terminals = std::vector<AttributeMap>;
-using Devices = std::vector<DeviceInfo>;
 
 template <typename Handle>
 struct Behind;
@@ -36,7 +28,7 @@ struct Behind<zerovaapi_AttributeMap>
 template <>
 struct Behind<zerovaapi_DeviceContainer>
 {
-   using Object = Devices;
+   using Object = DeviceReply;
 };
 template <>
 struct Behind<zerovaapi_TerminalContainer>

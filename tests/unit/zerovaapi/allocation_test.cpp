@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -82,23 +83,34 @@ TEST(Allocation, AttributeObjectIsNotCopied)
    zerovaapi_RouteAttributes_destroy(attributes);
 }
 
-TEST(Allocation, ContainerIsFilledInPlace)
+TEST(Allocation, ContainerTakesAsFewBlocksForManyTerminalsAsForTwo)
 {
-   MemorySession session;
+   const auto wire = std::make_shared<MemoryWire>();
+   wire->outgoing.reserve(4096);
+   const std::unique_ptr<ClientSession> session = makeClientSession(wire);
    CheckedStatus status;
-   const std::string reply = terminalListReply();
-   const std::vector<std::string> names;
-   const size_t stub = allocationsOf(session, reply, [&] {
-      Terminals terminals;
-      session.session.client.getTerminalNamesAndAttributesForDevice(terminals, "d", names);
-   });
-   EXPECT_EQ(allocationsOf(session, reply,
-                           [&] {
-                              zerovaapi_TerminalContainer_destroy(
-                                 zerovaapi_getTerminalNamesAndAttributesForDevice(session, "d",
-                                                                                  nullptr, status));
-                           }),
-             stub + 1);
+   const auto blocks = [&](int terminals) {
+      WireBytes out;
+      out.message(wire::kReply, "getTerminalNamesAndAttributesForDevice");
+      out.field(wire::kList, 0).listHeader(wire::kMap, terminals);
+      for (int i = 0; i < terminals; ++i) {
+         out.mapHeader(wire::kString, wire::kStruct, 1);
+         out.stringAttribute("a name too long for a string object", "/device/terminal");
+      }
+      const auto call = [&] {
+         zerovaapi_TerminalContainer_destroy(zerovaapi_getTerminalNamesAndAttributesForDevice(
+            wrap<zerovaapi_Session>(session.get()), "d", nullptr, status));
+      };
+      wire->answerWith(out.stop().frame());
+      call();
+      wire->answerAgain();
+      const HeapWatch watch;
+      call();
+      return watch.count();
+   };
+   const size_t ofTwo = blocks(2);
+   EXPECT_LE(ofTwo, 8u);
+   EXPECT_EQ(blocks(1000), ofTwo);
    EXPECT_EQ(status.code(), 0);
 }
 

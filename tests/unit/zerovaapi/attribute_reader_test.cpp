@@ -32,7 +32,7 @@ protected:
       GetParam()(wrap<zerovaapi_TerminalContainer>(&terminals), status);
    }
 
-   Terminals terminals{1};
+   TerminalReply terminals{makeContent({{}})};
 };
 
 INSTANTIATE_TEST_SUITE_P(

@@ -28,7 +28,7 @@ TEST_F(ClientStub, EmptyListReplacesWhatTheCallerHeld)
 
 TEST_F(ClientStub, ListReplacesWhatTheCallerHeld)
 {
-   Terminals terminals(5);
+   std::vector<AttributeMap> terminals(5);
    terminals[0]["earlier"].__set_str_attr("content");
    memory.wire->answerWith(terminalListReply());
    client.getTerminalNamesAndAttributesForDevice(terminals, "d", {});
