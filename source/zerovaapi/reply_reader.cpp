@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <initializer_list>
 #include <string_view>
 #include <utility>
@@ -27,7 +26,7 @@ public:
       : content_(content)
    {
       content_.texts.reset(new char[frame.size()]);
-      std::memcpy(content_.texts.get(), frame.data(), frame.size());
+      std::copy(frame.begin(), frame.end(), content_.texts.get());
       next_ = content_.texts.get();
       end_ = next_ + frame.size();
    }
