@@ -1,0 +1,14 @@
+"""Holds a header against the list of exports: each of them must be called by it.
+
+Usage: reach_test.py EXPORTS.txt HEADER
+"""
+
+import pathlib
+import re
+import sys
+
+exports, header = (pathlib.Path(name).read_text(encoding="utf-8") for name in sys.argv[1:])
+code = re.sub(r"//[^\n]*", "", header)
+missing = [name for name in exports.split() if not re.search(rf"\b{name}\b", code)]
+print("\n".join(f"{name} is not called" for name in missing) or f"all {len(exports.split())} are called")
+sys.exit(bool(missing) or len(exports.split()) != 59)
