@@ -449,7 +449,7 @@ protected:
 
    static constexpr zerovaapi_Iterator kEnd = UINT64_MAX;
 
-   // The end is asked of the library alone, so a walk makes the calls of one in C.
+   // The end is asked of the library alone, as a walk in C asks it.
    template <typename Element>
    bool isSamePosition(const Element& other) const noexcept
    {
@@ -524,16 +524,16 @@ public:
       quelerr_Status own = detail::codeAlone();
       const char* const found =
          zerovaapi_TerminalIterator_getStringAttribute(container_, index_, name.c_str(), &own);
-      if (own.code != 0 || name.fault()) return readerFailed(name, own.code, onFailure);
-      return Text(found);
+      if (found && !name.fault()) return Text(found);
+      return readerFailed(name, own.code, onFailure);
    }
    std::optional<bool> flag(Text name, OnFailure onFailure ZEROVAAPI_OR_THROW) const
    {
       quelerr_Status own = detail::codeAlone();
       const bool found =
          zerovaapi_TerminalIterator_getBoolAttribute(container_, index_, name.c_str(), &own);
-      if (own.code != 0 || name.fault()) return readerFailed(name, own.code, onFailure);
-      return found;
+      if ((found || own.code == 0) && !name.fault()) return found;
+      return readerFailed(name, own.code, onFailure);
    }
 
 private:
@@ -551,7 +551,8 @@ private:
       return std::nullopt;
    }
    bool isEnd() const noexcept { return zerovaapi_TerminalIterator_isEnd(container_, index_); }
-   void advance() noexcept { zerovaapi_TerminalIterator_next(&index_); }
+   // As zerovaapi_TerminalIterator_next does, without the call: terminals come in thousands.
+   void advance() noexcept { ++index_; }
    bool isSame(const Terminal& other) const noexcept { return isSamePosition(other); }
 };
 
