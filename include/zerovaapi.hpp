@@ -291,7 +291,7 @@ public:
       own.fail(code, errorConstant, sentence);
       raise(own);
    }
-   void raise([[maybe_unused]] const Status& status) const
+   static void raise([[maybe_unused]] const Status& status)
    {
 #if ZEROVAAPI_HAS_EXCEPTIONS
       throw Error(status);
@@ -420,7 +420,7 @@ public:
       element_.advance();
       return *this;
    }
-   Iterator operator++(int) noexcept
+   Iterator operator++(int) noexcept // NOLINT(cert-dcl21-cpp): as iterators do
    {
       const Iterator before = *this;
       ++*this;
@@ -701,7 +701,10 @@ class DeviceNames
          ++at_;
          return *this;
       }
-      Place operator++(int) noexcept { return Place(at_++); }
+      Place operator++(int) noexcept // NOLINT(cert-dcl21-cpp): as iterators do
+      {
+         return Place(at_++);
+      }
       friend bool operator==(const Place& a, const Place& b) noexcept
       {
          return a.isEnd() ? b.isEnd() : a.at_ == b.at_;
@@ -725,7 +728,7 @@ public:
    }
 
    iterator begin() const noexcept { return iterator(owned_.get()); }
-   iterator end() const noexcept { return iterator(); }
+   static iterator end() noexcept { return iterator(); }
    bool empty() const noexcept { return begin() == end(); }
 
 private:
