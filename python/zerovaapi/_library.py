@@ -84,8 +84,8 @@ class StringArrayHandle(Handle):
 class TranslatorHandle(Handle):
    @property
    def record(self) -> TranslatorRecord:
-      record: TranslatorRecord = ctypes.cast(self, _translator).contents
-      return record
+      # Not by a cast, which would keep the handle until the next collection.
+      return TranslatorRecord.from_address(self.value or 0)
 
 
 _Signature = Tuple[Any, List[Any]]
@@ -168,8 +168,8 @@ _RELEASED_BY = {
 
 
 def _destroy_translator(address: int) -> None:
-   pointer = ctypes.cast(address, _translator)
-   pointer.contents.destroy(pointer)
+   record = TranslatorRecord.from_address(address)
+   record.destroy(ctypes.pointer(record))
 
 
 def _named_file() -> Tuple[Optional[str], str]:
@@ -253,4 +253,3 @@ def _load() -> Tuple[ctypes.CDLL, str]:
 
 
 library, PATH = _load()
-STATUS_POINTER = _status

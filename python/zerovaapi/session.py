@@ -5,7 +5,7 @@ from __future__ import annotations
 import os
 import threading
 import warnings
-from ctypes import POINTER, c_char_p, cast, string_at
+from ctypes import c_char_p, sizeof, string_at
 from types import TracebackType
 from typing import Any, List, Optional, Sequence, Tuple, Type
 
@@ -167,9 +167,8 @@ class Session:
       """The devices on which the service can route."""
       array: StringArrayHandle = self._call("devices", library.zerovaapi_getRoutableDevices)
       names: List[str] = []
-      pointers = cast(array, POINTER(c_char_p))
       while True:
-         name = pointers[len(names)]
+         name = c_char_p.from_address((array.value or 0) + len(names) * sizeof(c_char_p)).value
          if name is None:
             return names
          names.append(decode(name, "the name of a device"))
