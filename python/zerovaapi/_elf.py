@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import os
 import struct
 import sys
 from typing import Dict, List, Tuple
@@ -29,12 +30,13 @@ def soname(path: str) -> str:
    """The SONAME; empty if the library has none."""
    with open(path, "rb") as file:
 
+      whole = os.fstat(file.fileno()).st_size
+
       def read(offset: int, size: int) -> bytes:
-         file.seek(offset)
-         data = file.read(size)
-         if len(data) != size:
+         if offset + size > whole:
             raise NoSharedLibrary("it is cut short")
-         return data
+         file.seek(offset)
+         return file.read(size)
 
       identification = file.read(_HEADER)
       if len(identification) < _HEADER or identification[:4] != b"\x7fELF":
@@ -50,6 +52,9 @@ def soname(path: str) -> str:
          kind, _, offset, address, _, length = struct.unpack_from(
             _ORDER + "IIQQQQ", read(table + index * size, size))
          if kind == _PT_LOAD:
+            # The loader would map what is not there, and the process end on the first touch.
+            if offset + length > whole:
+               raise NoSharedLibrary("it is cut short")
             loads.append((address, offset, length))
          elif kind == _PT_DYNAMIC:
             dynamic = _dynamic(read(offset, min(length, 1 << 16)))
@@ -60,6 +65,6 @@ def soname(path: str) -> str:
       wanted = dynamic[_DT_STRTAB] + dynamic[_DT_SONAME]
       for address, offset, length in loads:
          if address <= wanted < address + length:
-            file.seek(offset + wanted - address)
-            return file.read(256).split(b"\0")[0].decode("utf-8", "replace")
+            place = offset + wanted - address
+            return read(place, min(256, whole - place)).split(b"\0")[0].decode("utf-8", "replace")
       raise NoSharedLibrary("its names cannot be found")

@@ -64,18 +64,19 @@ class Peer:
    """A local service that takes every version, and answers each other call as it is told.
 
    reply: takes the method and gives the message, None to close the connection, or WAIT to leave the
-   caller waiting until let_go. begun is set once a call has come.
+   caller waiting until let_go. version does so for the versions. begun is set once a call has come
+   that waits, or any that is no version; ended counts the connections that have ended.
    """
 
    WAIT = object()
 
-   def __init__(self, reply):
+   def __init__(self, reply, version=answer):
       self._reply = reply
+      self._version = version
       self._gate = threading.Event()
       self._connections = []
       self.begun = threading.Event()
       self.ended = threading.Semaphore(0)
-      self.methods = []
 
    def __enter__(self):
       folder = BUILD / "run"
@@ -109,23 +110,28 @@ class Peer:
          threading.Thread(target=self._serve, args=(connection,), daemon=True).start()
 
    def _serve(self, connection):
-      with connection, connection.makefile("rb") as requests:
-         while head := requests.read(4):
-            message = requests.read(struct.unpack(">I", head)[0])
-            length, = struct.unpack_from(">i", message, 4)
-            method = message[8:8 + length]
-            reply = answer(method)
-            if method != b"version":
-               self.methods.append(method.decode())
-               self.begun.set()
-               reply = self._reply(method)
-            if reply is self.WAIT:
-               self._gate.wait(PATIENCE)
-               reply = texts(method, b"late")
-            if reply is None:
-               break
-            connection.sendall(struct.pack(">I", len(reply)) + reply)
+      try:
+         with connection, connection.makefile("rb") as requests:
+            self._answer(connection, requests)
+      except OSError:
+         pass  # the caller has gone
       self.ended.release()
+
+   def _answer(self, connection, requests):
+      while head := requests.read(4):
+         message = requests.read(struct.unpack(">I", head)[0])
+         length, = struct.unpack_from(">i", message, 4)
+         method = message[8:8 + length]
+         is_version = method == b"version"
+         reply = (self._version if is_version else self._reply)(method)
+         if reply is self.WAIT or not is_version:
+            self.begun.set()
+         if reply is self.WAIT:
+            self._gate.wait(PATIENCE)
+            reply = answer(method) if is_version else texts(method, b"late")
+         if reply is None:
+            return
+         connection.sendall(struct.pack(">I", len(reply)) + reply)
 
 
 def python(program, *arguments, library=LIBRARY, options=(), **variables):
