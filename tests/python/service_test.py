@@ -17,7 +17,8 @@ FROM, TO = "/timer1/pulse", "/digitizer3/start"
 class ServiceTest(unittest.TestCase):
    @classmethod
    def setUpClass(cls):
-      cls.service = cls.enterClassContext(StandIn())
+      cls.service = StandIn().__enter__()
+      cls.addClassCleanup(cls.service.__exit__)
 
    def session(self, **options):
       session = Session(**options)

@@ -142,8 +142,8 @@ def python(program, *arguments, library=LIBRARY, options=(), **variables):
    return outcome.returncode, outcome.stdout, outcome.stderr
 
 
-def scratch(test):
+def scratch(test, add_cleanup=None):
    """A folder that goes with the test."""
    folder = tempfile.TemporaryDirectory()
-   test.addCleanup(folder.cleanup)
+   (add_cleanup or test.addCleanup)(folder.cleanup)
    return pathlib.Path(folder.name)

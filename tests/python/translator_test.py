@@ -15,7 +15,8 @@ REFUSAL = (b'{"component":"c","line":42,"translator_info":{"ordered_data":[{"typ
 class Descriptions(unittest.TestCase):
    @classmethod
    def setUpClass(cls):
-      cls.translator = cls.enterClassContext(Translator())
+      cls.translator = Translator()
+      cls.addClassCleanup(cls.translator.close)
 
    def test_of_codes_are_sentences_in_each_language(self):
       sentences = {self.translator.describe(-89168, language) for language in Language}
