@@ -28,6 +28,8 @@ def _dynamic(entries: bytes) -> Dict[int, int]:
 
 def soname(path: str) -> str:
    """The SONAME; empty if the library has none."""
+   if os.path.exists(path) and not os.path.isfile(path):
+      raise NoSharedLibrary("it is no regular file")
    with open(path, "rb") as file:
 
       whole = os.fstat(file.fileno()).st_size

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import json
-from typing import TYPE_CHECKING, Any, Dict, Optional
+from typing import TYPE_CHECKING, Any, Dict, Optional, Tuple
 
 if TYPE_CHECKING:
    from .session import Session
@@ -86,6 +86,10 @@ class StatusError(ZerovaError):
       """The name of the code as whoever reported it wrote it; empty if the text has none."""
       name = self.details.get("error_constant", "")
       return name if isinstance(name, str) else ""
+
+   def __reduce__(self) -> Tuple[Any, ...]:
+      # To another process goes what can be told there, and no session.
+      return type(self), self.args
 
    def __str__(self) -> str:
       shown = self.text if len(self.raw) <= _SHOWN else self.text[:_SHOWN] + "..."

@@ -98,7 +98,10 @@ class LostConnections(unittest.TestCase):
             raise KeyError("first")
 
    def test_from_another_process_cannot_be_had_again(self):
-      error = pickle.loads(pickle.dumps(ConnectionLost("lost", -52024, b"")))
+      with Peer(lambda method: None), Session() as session, self.assertRaises(ConnectionLost) as caught:
+         session.devices()
+      error = pickle.loads(pickle.dumps(caught.exception))
+      self.assertEqual((error.code, str(error)), (-52024, str(caught.exception)))
       with self.assertRaisesRegex(UsageError, "another process"):
          error.reconnect()
 

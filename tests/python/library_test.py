@@ -70,8 +70,10 @@ class WrongFile(LibraryTest):
          self.assertEqual(self.told(file), f"LibraryMismatchError: ZEROVAAPI_LIBRARY names {file}, which is not "
                                            f"libzerovaapi.so.1: {message}")
 
-   def test_that_is_a_folder_is_told(self):
-      self.assertIn("which cannot be read: Is a directory", self.told(self.folder))
+   def test_that_is_no_file_is_told(self):
+      os.mkfifo(self.folder / "fifo")
+      for path in (self.folder, self.folder / "fifo", "/dev/zero"):
+         self.assertIn("which is not libzerovaapi.so.1: it is no regular file", self.told(path))
 
    def test_that_is_another_library_is_told(self):
       maps = pathlib.Path("/proc/self/maps").read_text(encoding="utf-8").split()

@@ -3,6 +3,7 @@
 import ctypes
 import gc
 import os
+import re
 import unittest
 import warnings
 
@@ -316,6 +317,25 @@ with Session(immediate=True) as session:
    again(); session.destroy_immediate_routes_to(end)
 print(*sorted(called))
 """
+
+
+class Page(ServiceTest):
+   page = (ROOT / "docs/python.md").read_text(encoding="utf-8")
+
+   def test_has_programs_that_run(self):
+      programs = re.findall(r"```python\n(.*?)```", self.page, re.S)
+      self.assertGreaterEqual(len(programs), 2)
+      for program in programs:
+         with self.subTest(program[:200]):
+            self.assertEqual(python(program)[::2], (0, ""))
+
+   def test_tells_of_everything_that_is_public(self):
+      for name in zerovaapi.__all__:
+         self.assertTrue(re.search(rf"\b{name}\b", self.page), name)
+      for kind in (zerovaapi.Session, zerovaapi.Route):
+         for name in vars(kind):
+            if not name.startswith("_"):
+               self.assertTrue(re.search(rf"\b{name}\b", self.page), (kind, name))
 
 
 class Examples(ServiceTest):
