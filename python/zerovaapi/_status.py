@@ -74,16 +74,17 @@ _resize = Resize(_resize_call)
 class Status:
    """A record that is ready for a call, and can be used again."""
 
-   def __init__(self) -> None:
+   def __init__(self, room: int = _ROOM) -> None:
       self.record = StatusRecord(0, 0, _resize, None)
       self._address = ctypes.addressof(self.record)
-      _give_buffer(self.record, _ROOM, b"{}")
+      self._room = room
+      _give_buffer(self.record, room, b"{}")
 
    def clear(self) -> None:
       """Makes it clean. What a long text needed is not kept."""
       self.record.code = 0
-      if self.record.capacity != _ROOM:
-         _give_buffer(self.record, _ROOM, b"{}")
+      if self.record.capacity != self._room:
+         _give_buffer(self.record, self._room, b"{}")
 
    def check(self) -> Tuple[int, bytes]:
       """The code, and the text if there is a code. Raises what a callback has raised."""

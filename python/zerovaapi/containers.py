@@ -12,6 +12,10 @@ from .attributes import Value
 from .errors import INVALID_PARAMETER, InternalError, OutOfMemory, MEMORY_FULL
 
 
+# For the report of an attribute that is not there, which is small and nobody reads.
+_ROOM = 1024
+
+
 class Terminal(Mapping[str, Value]):
    """The attributes of a terminal, by name.
 
@@ -27,7 +31,7 @@ class Terminal(Mapping[str, Value]):
       self._names = names
 
    def _find(self, name: str) -> Optional[Value]:
-      status = Status()
+      status = Status(_ROOM)
       record = status.record
       key = encode(name, "the name of an attribute")
       text = library.zerovaapi_TerminalIterator_getStringAttribute(self._container, self._index, key, record)

@@ -6,7 +6,7 @@ import subprocess
 import sys
 import unittest
 
-from services import PATIENCE, Peer, texts
+from services import PATIENCE, Peer, refusal, texts
 
 HEAD = """
 import os, signal, threading, zerovaapi
@@ -82,6 +82,25 @@ zerovaapi.Session().devices()
 """
       with Peer(lambda method: Peer.WAIT) as peer:
          self.assertEqual(Interrupted(program, peer).end(), (-signal.SIGINT, "", ""))
+
+   def test_before_a_long_refusal_leaves_the_refusal(self):
+      wake_up, pipe = self.wake_up()
+      program = wake_up + """
+session = zerovaapi.Session()
+try:
+   session.devices()
+except zerovaapi.ServiceError as error:
+   print(error.code, session.devices())
+session.close()
+"""
+      replies = iter([lambda method: Peer.WAIT, lambda method: texts(method, b"next")])
+      with Peer(lambda method: next(replies)(method), late=lambda method: refusal(method, -77, b"x" * 100000)) as peer:
+         interrupted = Interrupted(program, peer)
+         self.assertEqual(os.read(pipe, 1), bytes([signal.SIGINT]))
+         peer.let_go()
+         status, output, errors = interrupted.end()
+         self.assertEqual((status, output), (0, "-77 ['next']\n"))
+         self.assertIn("KeyboardInterrupt", errors)
 
    def test_loses_no_session_that_was_being_opened(self):
       wake_up, pipe = self.wake_up()

@@ -166,6 +166,9 @@ class Terminals(ServiceTest):
       terminal = self.session().terminals("matrix1")[0]
       self.assertEqual((terminal["Kind"], terminal["IsLine"], len(terminal)), ("analog", False, 0))
 
+   def test_are_asked_for_names_of_any_length(self):
+      self.assertIsNone(self.session().terminals("matrix1")[0].get("x" * 100000))
+
    def test_outlive_their_session(self):
       with Session() as session, session.calculate(FROM, TO) as route:
          terminal = route.devices(["Name"])[0].terminals[0]

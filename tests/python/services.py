@@ -1,5 +1,6 @@
 """The services that the tests of the Python package talk to, and interpreters of their own."""
 
+import contextlib
 import os
 import pathlib
 import re
@@ -64,14 +65,15 @@ class Peer:
    """A local service that takes every version, and answers each other call as it is told.
 
    reply: takes the method and gives the message, None to close the connection, or WAIT to leave the
-   caller waiting until let_go. version does so for the versions. begun is set once a call has come
+   caller waiting until let_go, and give it late then. version does so for the versions. begun is set once a call has come
    that waits, or any that is no version; ended counts the connections that have ended.
    """
 
    WAIT = object()
 
-   def __init__(self, reply, version=answer):
+   def __init__(self, reply, version=answer, late=lambda method: texts(method, b"late")):
       self._reply = reply
+      self._late = late
       self._version = version
       self._gate = threading.Event()
       self._connections = []
@@ -99,7 +101,9 @@ class Peer:
       self._listener.shutdown(socket.SHUT_RDWR)
       self._listener.close()
       if self._made_folder:
-         self._path.parent.rmdir()
+         # Who serves there meanwhile keeps it.
+         with contextlib.suppress(OSError):
+            self._path.parent.rmdir()
 
    def _accept(self):
       while True:
@@ -128,7 +132,7 @@ class Peer:
             self.begun.set()
          if reply is self.WAIT:
             self._gate.wait(PATIENCE)
-            reply = answer(method) if is_version else texts(method, b"late")
+            reply = answer(method) if is_version else self._late(method)
          if reply is None:
             return
          connection.sendall(struct.pack(">I", len(reply)) + reply)
