@@ -1,6 +1,6 @@
 """What the documents tell people to type: each block of commands says whether it is run, and what can be run works.
 
-commands_test.py [DOCUMENT...]: all of them, or those that are named, such as docs/settings.md.
+commands_test.py [DOCUMENT...] [TEST...]: in all documents, or in those that are named, such as docs/settings.md.
 
 The words behind the language of a fenced block say what becomes of it:
    run              it is run
@@ -25,7 +25,7 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 DOCUMENTS = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]
-CHOSEN = [ROOT / name for name in sys.argv[1:]] or DOCUMENTS
+CHOSEN = [ROOT / name for name in sys.argv[1:] if name.endswith(".md")] or DOCUMENTS
 
 FENCED = re.compile(r"(?:^<!-- (?P<mark>[^>\n]+) -->\n)?^```(?P<info>[^\n`]*)\n(?P<text>.*?)^```$", re.M | re.S)
 SHELLS = ("sh", "bash", "console", "shell")
@@ -132,4 +132,4 @@ class Commands(unittest.TestCase):
 
 
 if __name__ == "__main__":
-   unittest.main(argv=sys.argv[:1])
+   unittest.main(argv=sys.argv[:1] + [name for name in sys.argv[1:] if not name.endswith(".md")])
