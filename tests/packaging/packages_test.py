@@ -17,6 +17,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 PACKAGES = pathlib.Path(sys.argv[1])
 AGAIN = pathlib.Path(sys.argv[2])
 NAMES = ("libzerovaapi1", "libzerovaapi-dev", "libzerovaapi-doc")
+PYTHON = "python3-zerovaapi"
 RUNTIME = ("libc6", "libgcc-s1", "libstdc++6")
 # What the build has linked in, or reads, is nobody's to install.
 OWN = re.compile(r"thrift|lua|cjson|boost|python")
@@ -35,6 +36,13 @@ def tree(folder):
     return sorted(path for path in paths if not path.startswith("var/lib/dpkg"))
 
 
+USE_OF_PYTHON = """
+import importlib.metadata, zerovaapi
+print(zerovaapi.LIBRARY_PATH, importlib.metadata.version("zerovaapi"))
+print(zerovaapi.Translator().describe(-89168, "de"))
+"""
+
+
 class Build(unittest.TestCase):
     def test_two_builds_of_one_commit_are_equal(self):
         built = sorted(path.name for path in PACKAGES.iterdir() if path.name != "build.log")
@@ -45,13 +53,14 @@ class Build(unittest.TestCase):
 
     def test_the_version_is_that_of_the_build(self):
         version = re.search(r"project\(zerovaapi VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text(encoding="utf-8"))[1]
-        for name in NAMES:
+        for name in (*NAMES, PYTHON):
             self.assertEqual(fields(name)["Version"], version)
         self.assertIn(f"zerovaapi-{version}-linux-", only(PACKAGES.glob("*.tar.gz")).name)
+        self.assertIn(f"zerovaapi-{version}-py3-none-manylinux_", only(PACKAGES.glob("*.whl")).name)
 
     def test_lintian_has_nothing_to_say(self):
         status, output = run("lintian", "--allow-root", "--display-info", "--display-experimental", "--pedantic",
-                             "--fail-on", "error,warning,info,pedantic,experimental", *map(package, NAMES))
+                             "--fail-on", "error,warning,info,pedantic,experimental", *map(package, (*NAMES, PYTHON)))
         self.assertEqual((status, re.findall(r"^[EWIPX]: .*", output, re.M)), (0, []), output)
 
     def test_the_exports_are_known_to_the_package_manager(self):
@@ -62,7 +71,7 @@ class Build(unittest.TestCase):
         self.assertEqual((names, len(names)), (set(exports), 59))
 
     def test_the_missing_licence_is_told(self):
-        for name in NAMES:
+        for name in (*NAMES, PYTHON):
             with tempfile.TemporaryDirectory() as folder:
                 must("dpkg-deb", "-x", package(name), folder)
                 text = (pathlib.Path(folder) / f"usr/share/doc/{name}/copyright").read_text(encoding="utf-8")
@@ -75,6 +84,10 @@ class Dependencies(unittest.TestCase):
                   for name in NAMES}
         self.assertEqual(needed, {"libzerovaapi1": set(RUNTIME), "libzerovaapi-dev": {"libzerovaapi1"},
                                   "libzerovaapi-doc": set()})
+
+    def test_of_python_are_the_library_and_the_interpreter(self):
+        version = fields(PYTHON)["Version"]
+        self.assertEqual(fields(PYTHON)["Depends"], f"libzerovaapi1 (>= {version}), python3:any")
 
     def test_a_bare_system_gets_nothing_of_the_builds_own(self):
         output = must("apt-get", "--simulate", "-o", "Dir::State::status=/dev/null", "-o", "APT::Install-Recommends=false",
@@ -96,11 +109,15 @@ class Root(unittest.TestCase):
         for name in ("info", "updates", "triggers"):
             database.joinpath(name).mkdir(parents=True)
         self.root.joinpath("run").mkdir()
-        database.joinpath("status").write_text("".join(must(
-            "dpkg-query", "-W", "-f=Package: ${Package}\nStatus: install ok installed\nArchitecture: ${Architecture}\n"
-            "Multi-Arch: same\nVersion: ${Version}\nMaintainer: nobody\nDescription: runtime\n\n", *RUNTIME)),
-            encoding="utf-8")
+        self.add_runtime(*RUNTIME)
         self.fresh = tree(self.root)
+
+    def add_runtime(self, *names):
+        """Has the package manager take these packages for installed, in the versions of this machine."""
+        with open(self.root / "var/lib/dpkg/status", "a", encoding="utf-8") as status:
+            status.write(must(
+                "dpkg-query", "-W", "-f=Package: ${Package}\nStatus: install ok installed\nArchitecture: ${Architecture}\n"
+                "Multi-Arch: ${Multi-Arch}\nVersion: ${Version}\nMaintainer: nobody\nDescription: runtime\n\n", *names))
 
     def dpkg(self, *arguments):
         # Scripts run outside of the root, in which there is no shell.
@@ -154,6 +171,19 @@ class Root(unittest.TestCase):
         self.must_dpkg("--purge", *NAMES)
         self.assertTrue((self.root / "run/zerova/com.zerova").exists())
 
+    def test_python_uses_the_library_of_the_system(self):
+        self.install()
+        self.add_runtime("python3")
+        self.must_dpkg("--install", package(PYTHON))
+        environment = {"PYTHONPATH": str(self.root / "usr/lib/python3/dist-packages"), "PYTHONDONTWRITEBYTECODE": "1",
+                       "LD_LIBRARY_PATH": str(only(self.root.glob("usr/lib/*/libzerovaapi.so.1")).parent)}
+        output = must("/usr/bin/python3", "-W", "error", "-c", USE_OF_PYTHON, **environment).split(maxsplit=2)
+        self.assertEqual(output[0], os.path.realpath(only(self.root.glob("usr/lib/*/libzerovaapi.so.1"))))
+        self.assertEqual(output[1], fields(PYTHON)["Version"])
+        self.assertRegex(output[2], "Dienst")
+        self.must_dpkg("--purge", PYTHON, *NAMES)
+        self.assertEqual(tree(self.root), self.fresh)
+
     def test_a_package_cut_short_is_told_and_leaves_nothing(self):
         whole = package("libzerovaapi1").read_bytes()
         for length in (0, 60, 1000, len(whole) // 2, len(whole) - 1000):
@@ -183,6 +213,17 @@ class Tarball(unittest.TestCase):
         status, output = run("tar", "-C", self.scratch, "-xf", cut)
         self.assertNotEqual(status, 0)
         self.assertIn("unexpected end of file", output)
+
+
+class Wheel(unittest.TestCase):
+    def test_works_in_an_environment_without_the_network(self):
+        with tempfile.TemporaryDirectory() as folder:
+            must(sys.executable, "-m", "venv", folder)
+            must(f"{folder}/bin/pip", "--disable-pip-version-check", "install", "--no-index",
+                 only(PACKAGES.glob("*.whl")))
+            path, _, sentence = must(f"{folder}/bin/python", "-I", "-W", "error", "-c", USE_OF_PYTHON).split(maxsplit=2)
+            self.assertIn(pathlib.Path(folder).resolve(), pathlib.Path(path).resolve().parents)
+            self.assertRegex(sentence, "Dienst")
 
 
 if __name__ == "__main__":
