@@ -25,7 +25,7 @@ install(SCRIPT "${PROJECT_BINARY_DIR}/prepare_install.cmake" ALL_COMPONENTS)
 install(TARGETS zerovaapi EXPORT zerovaapiTargets
    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
    INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
-install(FILES include/zerovaapi.h include/quelerr_status.h include/lorvex_translator.h
+install(FILES include/zerovaapi.h include/zerovaapi.hpp include/quelerr_status.h include/lorvex_translator.h
    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
 
 install(EXPORT zerovaapiTargets NAMESPACE zerovaapi:: DESTINATION "${packages_dir}" COMPONENT development)

@@ -7,6 +7,7 @@ import subprocess
 
 FOLDER = pathlib.Path(__file__).resolve().parent / "consumer"
 STRICT = ["-std=c99", "-Wall", "-Wextra", "-Wpedantic", "-Werror"]
+STRICT_CXX = ["-std=c++17", *STRICT[1:], "-Wconversion", "-Wsign-conversion", "-Wshadow"]
 
 
 def run(*command, **variables):
@@ -67,9 +68,15 @@ class Installation:
              "-o", program)
         return program
 
+    def in_cxx(self):
+        program = self._program("in_cxx")
+        flags = must("pkg-config", "--cflags", "--libs", "zerovaapi", PKG_CONFIG_PATH=str(self.pkgconfig)).split()
+        must("c++", *STRICT_CXX, FOLDER / "consumer.cpp", *flags, "-o", program)
+        return program
+
     def check(self):
         """Builds and runs all, each with this library and no other."""
-        for program in (self.by_pkg_config(), self.by_cmake(), self.by_compiler()):
+        for program in (self.by_pkg_config(), self.by_cmake(), self.by_compiler(), self.in_cxx()):
             path = {"LD_LIBRARY_PATH": str(self.library.parent)}
             loaded = must("ldd", program, **path)
             if os.path.realpath(self.library) not in [os.path.realpath(word) for word in loaded.split()]:

@@ -45,7 +45,7 @@ class Install(Scratch):
         self.assertEqual(os.readlink(library.with_name("libzerovaapi.so")), "libzerovaapi.so.1")
         self.assertRegex(os.readlink(library), r"^libzerovaapi\.so\.1\.\d+\.\d+$")
         self.assertEqual(tree(self.prefix / "include"),
-                         ["lorvex_translator.h", "quelerr_status.h", "zerovaapi.h"])
+                         ["lorvex_translator.h", "quelerr_status.h", "zerovaapi.h", "zerovaapi.hpp"])
         documents = self.prefix / "share/doc/zerovaapi"
         for path in (self.prefix / "share/man/man7/zerovaapi.7",
                      self.prefix / "share/man/man3/zerovaapi_calculateRoute.3", documents / "README.md", documents / "CHANGELOG.md",

@@ -1,0 +1,7 @@
+// Two owners of one session would close it twice.
+#include "zerovaapi.hpp"
+
+void use(zerovaapi::Session& session)
+{
+   zerovaapi::Session other = session;
+}

@@ -1,0 +1,52 @@
+// The programs of docs/cpp.md, as they stand there.
+#include "service/standin/refusal.h"
+#include "service/standin/routing_service.h"
+#include "support/program_outcome.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+using zerova::standin::RoutingService;
+
+TEST(DocsCpp, FirstProgramListsRoutesAndIsRefused)
+{
+   const RoutingService service({.local = true});
+   const ProgramOutcome outcome = runProgram(FIRST);
+   EXPECT_EQ(outcome.exitCode, 1);
+   EXPECT_THAT(outcome.output, HasSubstr("timer1 /timer1/pulse source\n"));
+   EXPECT_THAT(outcome.output, HasSubstr("timer1 /timer1/gate\n"));
+   EXPECT_THAT(outcome.output, HasSubstr("route "));
+   EXPECT_THAT(outcome.output,
+               HasSubstr(std::to_string(zerova::standin::kWrongRouteState.number) + " {"));
+   EXPECT_EQ(service.routeCount(), 0u);
+}
+
+TEST(DocsCpp, ChainConnects)
+{
+   const RoutingService service({.local = true});
+   const ProgramOutcome outcome = runProgram(CHAIN);
+   EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+}
+
+TEST(DocsCpp, ChainTellsThatThereIsNoService)
+{
+   const ProgramOutcome outcome = runProgram(CHAIN);
+   EXPECT_EQ(outcome.exitCode, 1);
+   EXPECT_THAT(outcome.output, StartsWith("not connected: -89168 {"));
+}
+
+TEST(DocsCpp, WordsAreGerman)
+{
+   const ProgramOutcome outcome = runProgram(WORDS " " TEXTS_ROOT);
+   EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+   EXPECT_THAT(outcome.output, StartsWith("Ein Parameter"));
+   EXPECT_THAT(outcome.output, HasSubstr("The session is closed or was moved from."));
+}
+
+} // namespace

@@ -1,0 +1,49 @@
+// The example in C++, on a service that keeps real routes.
+#include "service/loopback_address.h"
+#include "service/standin/refusal.h"
+#include "service/standin/routing_service.h"
+#include "support/program_outcome.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using testing::HasSubstr;
+using zerova::standin::RoutingService;
+
+const std::string kExample = LIST_AND_ROUTE " " TEXTS_ROOT;
+
+TEST(ListAndRoute, ListsTerminalsMakesARouteAndTellsARefusalInGerman)
+{
+   const RoutingService service({.local = true});
+   const ProgramOutcome outcome = runProgram(kExample);
+   EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+   EXPECT_THAT(outcome.output, HasSubstr("timer1\n"));
+   EXPECT_THAT(outcome.output, HasSubstr("   /timer1/pulse, source\n"));
+   EXPECT_THAT(outcome.output, HasSubstr("programmed, by way of timer1 digitizer3\n"));
+   EXPECT_THAT(
+      outcome.output,
+      HasSubstr("refused with " + std::to_string(zerova::standin::kWrongRouteState.number) + ": "));
+   EXPECT_THAT(outcome.output, HasSubstr("/matrix1/ch0"));
+   EXPECT_EQ(service.routeCount(), 0u);
+}
+
+TEST(ListAndRoute, ReachesAnotherMachine)
+{
+   const zerova::test::LoopbackAddress address;
+   const RoutingService service({.address = address.text(), .locatorPort = 3580});
+   const ProgramOutcome outcome = runProgram(kExample + " " + address.text());
+   EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+}
+
+TEST(ListAndRoute, TellsThatThereIsNoService)
+{
+   const ProgramOutcome outcome = runProgram(kExample);
+   EXPECT_EQ(outcome.exitCode, 1);
+   EXPECT_THAT(outcome.output, HasSubstr("list_and_route: status -89168: {"));
+}
+
+} // namespace

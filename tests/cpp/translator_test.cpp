@@ -1,0 +1,143 @@
+// Failures in words.
+#include "support/failing_malloc.h"
+#include "zerovaapi.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <utility>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+using zerovaapi::Environment;
+using zerovaapi::Error;
+using zerovaapi::Language;
+using zerovaapi::Session;
+using zerovaapi::Status;
+using zerovaapi::Translator;
+
+class CppTranslator : public testing::Test
+{
+protected:
+   Translator translator{Translator::settingsFor(TEXTS_ROOT)};
+};
+
+TEST_F(CppTranslator, DescribesACodeInEachLanguage)
+{
+   EXPECT_THAT(translator.describe(-89168, Language::german).str(),
+               StartsWith("Der Routingdienst"));
+   for (const Language language : {Language::english, Language::french, Language::german,
+                                   Language::japanese, Language::korean, Language::chinese})
+      EXPECT_NE(translator.describe(-89168, language).str(),
+                translator.describe(-52005, language).str());
+}
+
+TEST_F(CppTranslator, GivesUtf8)
+{
+   EXPECT_THAT(translator
+                  .details(R"({"translator_info":{"ordered_data":[)"
+                           R"({"type":"usage","usage":"kUsageTypeDevice","value":"dev1"}]}})",
+                           Language::german)
+                  .str(),
+               HasSubstr("\"Ger\xC3\xA4t\""));
+}
+
+TEST_F(CppTranslator, DescribesAStatusAndAnError)
+{
+   Status failed;
+   Session().isDebug(failed);
+   EXPECT_EQ(translator.describe(failed, Language::german).str(),
+             translator.describe(-52005, Language::german).str());
+   EXPECT_THAT(translator.details(failed, Language::english).str(), HasSubstr("is closed"));
+   const Error error(failed);
+   EXPECT_EQ(translator.describe(error, Language::german).str(),
+             translator.describe(failed, Language::german).str());
+   EXPECT_THAT(translator.details(error, {Language::german, Environment::brask}).str(),
+               HasSubstr("is closed"));
+}
+
+TEST_F(CppTranslator, HasNoDetailsOfAStatusWithoutText)
+{
+   Status own;
+   EXPECT_FALSE(translator.details(Status(), Language::german, own));
+   EXPECT_FALSE(own.failed());
+}
+
+TEST_F(CppTranslator, TextThatIsNoJsonIsAFailureOfItsOwn)
+{
+   Status own;
+   EXPECT_FALSE(translator.details("no JSON", Language::german, own));
+   EXPECT_EQ(own.code(), -52003);
+   EXPECT_THROW(translator.details("no JSON", Language::german), Error);
+   EXPECT_THAT(translator.describe(-89168, Language::german).str(), StartsWith("Der"));
+}
+
+TEST_F(CppTranslator, ThatWasMovedFromFailsAndIsNoCrash)
+{
+   Translator taken = std::move(translator);
+   EXPECT_TRUE(taken.describe(-89168, Language::german));
+   EXPECT_FALSE(translator); // NOLINT(bugprone-use-after-move)
+   EXPECT_THROW(translator.describe(-89168, Language::german), Error);
+   EXPECT_THROW(translator.details("{}", Language::german), Error);
+}
+
+TEST_F(CppTranslator, TextIsPrintedAndMovedAndEmptyWhereItIsGone)
+{
+   zerovaapi::OwnedText text = translator.describe(-89168, Language::english);
+   zerovaapi::OwnedText taken = std::move(text);
+   std::ostringstream out;
+   out << taken;
+   EXPECT_EQ(out.str(), taken.c_str());
+   EXPECT_STREQ(text.c_str(), ""); // NOLINT(bugprone-use-after-move)
+   text = std::move(taken);
+   EXPECT_EQ(std::string_view(text), out.str());
+   EXPECT_EQ(zerovaapi::Text(text), out.str());
+}
+
+TEST_F(CppTranslator, WithoutMemoryForATextFailsAndWorksAgain)
+{
+   int32_t code = 0;
+   forEachFailingAllocation(
+      FailingMalloc::Then::failAlways,
+      [&](size_t) {
+         Status own;
+         translator.describe(-89168, Language::german, own);
+         code = own.code();
+      },
+      [&](size_t index) { EXPECT_NE(code, 0) << index; });
+   EXPECT_EQ(code, 0);
+}
+
+TEST(CppTranslatorSettings, ThatAreNoneAreRefused)
+{
+   EXPECT_THROW(Translator("no JSON"), Error);
+   Status status;
+   const Translator translator("{}", status);
+   EXPECT_FALSE(translator);
+   EXPECT_TRUE(status.failed());
+   const char* const none = nullptr;
+   EXPECT_THROW(Translator{none}, Error);
+}
+
+TEST(CppTranslatorSettings, FolderIsQuoted)
+{
+   EXPECT_THAT(Translator::settingsFor("C:\\a\"b\n"),
+               HasSubstr(R"("AuxErrorsDir":"C:\\a\"b\u000A")"));
+}
+
+TEST(CppTranslatorSettings, WithoutMemoryForTheTranslatorAreAFailure)
+{
+   const std::string settings = Translator::settingsFor(TEXTS_ROOT);
+   Status status;
+   {
+      const FailingMalloc failing(0, FailingMalloc::Then::failAlways);
+      const Translator translator(settings, status);
+   }
+   EXPECT_EQ(status.code(), zerovaapi::kOutOfMemory);
+}
+
+} // namespace
