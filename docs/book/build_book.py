@@ -17,7 +17,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 import contents  # noqa: E402
 import public_headers  # noqa: E402
 
-HEADERS = ("zerovaapi.h", "quelerr_status.h", "lorvex_translator.h")
+HEADERS = ("zerovaapi.h", "zerovaapi.hpp", "quelerr_status.h", "lorvex_translator.h")
 LINK = re.compile(r"(\]\()([^)#:\s]+)((?:#[^)]*)?\))")
 
 FUNCTIONS = """# Functions
@@ -86,7 +86,7 @@ def wrapped(function):
 
 
 def header_page(name):
-   return f"# {name}\n\n```{{literalinclude}} ../include/{name}\n:language: c\n```\n"
+   return f"# {name}\n\n```{{literalinclude}} ../include/{name}\n:language: {'cpp' if name.endswith('pp') else 'c'}\n```\n"
 
 
 def index_page(sources):
