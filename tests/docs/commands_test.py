@@ -8,7 +8,8 @@ The words behind the language of a fenced block say what becomes of it:
    root             it is run, and may change the system
    elsewhere        another test runs it, in a place of its own making
    never            it is not: it takes long, or needs a place-holder filled in
-A comment "file NAME" before a block of another language has that file written before the next commands are run.
+A comment "file NAME" before a block of another language has that file written before the next commands are run; one
+"shows TEXT" before a block of commands wants that text in what they print, wherever.
 
 All is run in a copy of the system that vanishes: an overlay in memory over the root and over the checkout. The cache of
 the compiler alone is the real one.
@@ -79,7 +80,9 @@ def script(document):
          lines.append('read -r ready <&"${SERVES[0]}"; echo "$ready"; input=${SERVES[1]}')
       elif language in SHELLS and fate in ("run", "root"):
          lines.append(f"echo '== line {number}'")
-         lines.append(f"bash -euo pipefail -c {shlex.quote(text)} </dev/null")
+         lines.append(f"bash -euo pipefail -c {shlex.quote(text)} </dev/null 2>&1 | tee /tmp/shown")
+         if mark.startswith("shows "):
+            lines.append(f"grep -qF -e {shlex.quote(mark[len('shows '):])} /tmp/shown")
    lines.append('if [ -n "${input:-}" ]; then exec {input}>&-; wait; fi')
    return "\n".join(lines) + "\n"
 
