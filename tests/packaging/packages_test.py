@@ -36,6 +36,11 @@ def tree(folder):
     return sorted(path for path in paths if not path.startswith("var/lib/dpkg"))
 
 
+# What the interpreter's own do with a package when it is installed and removed; these know of another root.
+SCRIPTS_OF_PYTHON = {
+    "py3compile": '/usr/bin/python3 -m compileall -q "$DPKG_ROOT/usr/lib/python3/dist-packages"',
+    "py3clean": 'find "$DPKG_ROOT/usr/lib/python3/dist-packages" -depth -name __pycache__ -exec rm -r {} +'}
+
 USE_OF_PYTHON = """
 import importlib.metadata, zerovaapi
 print(zerovaapi.LIBRARY_PATH, importlib.metadata.version("zerovaapi"))
@@ -111,6 +116,11 @@ class Root(unittest.TestCase):
         self.root.joinpath("run").mkdir()
         self.add_runtime(*RUNTIME)
         self.fresh = tree(self.root)
+        self.scratch.joinpath("bin").mkdir()
+        for name, text in SCRIPTS_OF_PYTHON.items():
+            script = self.scratch / "bin" / name
+            script.write_text(f"#!/bin/sh\n{text}\n", encoding="utf-8")
+            script.chmod(0o755)
 
     def add_runtime(self, *names):
         """Has the package manager take these packages for installed, in the versions of this machine."""
@@ -122,7 +132,8 @@ class Root(unittest.TestCase):
     def dpkg(self, *arguments):
         # Scripts run outside of the root, in which there is no shell.
         return run(*([] if os.geteuid() == 0 else ["fakeroot"]), "dpkg", f"--root={self.root}",
-                   "--force-script-chrootless", "--force-not-root", *arguments)
+                   "--force-script-chrootless", "--force-not-root", *arguments,
+                   PATH=f"{self.scratch}/bin:{os.environ['PATH']}")
 
     def must_dpkg(self, *arguments):
         status, output = self.dpkg(*arguments)
