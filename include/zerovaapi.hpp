@@ -324,7 +324,7 @@ Result call(OnFailure onFailure, const char* fault, Result failure, Function fun
    if constexpr (std::is_pointer_v<Result>)
       if (!result) status.failWithoutResult();
    if (!status.failed()) return result;
-   if (!onFailure.told()) onFailure.raise(own);
+   if (!onFailure.told()) OnFailure::raise(own);
    return failure;
 }
 

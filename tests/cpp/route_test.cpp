@@ -139,6 +139,7 @@ TEST_F(CppRoute, MovesWithItsTicket)
 TEST_F(CppRoute, AssignedRouteEndsTheOneThatItHeld)
 {
    Route route = calculate();
+   EXPECT_TRUE(route);
    route = calculate("/matrix1/ch2");
    EXPECT_EQ(service.routeCount(), 1u);
    route = Route();

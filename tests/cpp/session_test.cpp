@@ -215,9 +215,8 @@ TEST(CppWrongUse, CallOnASessionThatWasMovedFromFails)
    Session session = Session::remote(peer.host());
    Session taken = std::move(session);
    EXPECT_TRUE(taken.validateTerminalURI("/a/b"));
-   const auto error = errorOf([&] {
-      session.validateTerminalURI("/a/b"); // NOLINT(bugprone-use-after-move)
-   });
+   // NOLINTNEXTLINE(bugprone-use-after-move)
+   const auto error = errorOf([&] { session.validateTerminalURI("/a/b"); });
    ASSERT_TRUE(error);
    EXPECT_EQ(error->code(), zerovaapi::kInvalidParameter);
 }
@@ -227,6 +226,7 @@ TEST(CppWrongUse, AssignedSessionClosesTheOneThatItHeld)
    LoopbackAddress address;
    const zerova::standin::RoutingService service({.address = address.text(), .locatorPort = 3580});
    Session session = Session::remote(address.text());
+   EXPECT_TRUE(session);
    session = Session::remote(address.text());
    EXPECT_TRUE(service.waitForConnectionCount(1));
    EXPECT_FALSE(session.isDebug());
