@@ -139,7 +139,7 @@ def functions_of(header: str, text: str) -> List[Function]:
             family, about_family = family_of(comment[1])
          continue
       prototype = " ".join(declaration[1].replace("QUELERR_CALL", "").split()) + ";"
-      name = re.search(r"(\w+)\(", prototype)[1]
+      name = prototype[:prototype.index("(")].split()[-1].lstrip("*")
       parameters = [part.strip() for part in prototype[prototype.index("(") + 1:-2].split(",")]
       told = paragraphs(lines_of(comment[1]))
       summary, body = " ".join(told[0]), told[1:]

@@ -5,7 +5,7 @@ line those of code, stress and links. A picture is left out, and so are comments
 """
 
 import re
-from typing import Iterator, List
+from typing import Callable, Iterator, List
 
 ITEM = re.compile(r"(-|\d+\.) +")
 INLINE = re.compile(r"`([^`]+)`|\*\*([^*]+)\*\*|(!?)\[([^\]]*)\]\(([^)]*)\)")
@@ -70,7 +70,7 @@ def body(document: str) -> Iterator[str]:
    lines = re.sub(r"<!--.*?-->\n?", "", document, flags=re.S).splitlines()[1:]
    at = 0
 
-   def run_of(belongs) -> List[str]:
+   def run_of(belongs: Callable[[str], bool]) -> List[str]:
       nonlocal at
       begin = at
       while at < len(lines) and belongs(lines[at]):
@@ -96,8 +96,7 @@ def body(document: str) -> Iterator[str]:
          yield from table(run_of(lambda line: line.startswith("|")))
       elif line.startswith("    "):
          yield from as_written([line[4:] for line in run_of(lambda line: line.startswith("    "))])
-      elif ITEM.match(line):
-         mark = ITEM.match(line)
+      elif mark := ITEM.match(line):
          text = [line[mark.end():]]
          at += 1
          text += run_of(lambda line: line.startswith("  ") or is_text(line))
