@@ -67,6 +67,12 @@ class Wheel(unittest.TestCase):
          named = str(BUILD / "libzerovaapi.so")
          self.assertEqual(must(python, "-c", USE, ZEROVAAPI_LIBRARY=named).split()[:2], [named, "5"])
 
+   def test_is_what_the_tools_of_the_language_make_too(self):
+      made = scratch(self)
+      must(self.scratch / "environment/bin/pip", "--disable-pip-version-check", "wheel", "--no-index", "--no-deps",
+           "--wheel-dir", made, "--config-settings", f"prefix={self.prefix}", ROOT / "python", PYTHONDONTWRITEBYTECODE="1")
+      self.assertEqual((made / self.wheel.name).read_bytes(), self.wheel.read_bytes())
+
    def test_says_which_linux_it_needs(self):
       needed = check_library.versions(str(BUILD / "libzerovaapi.so"))
       glibc = max(tuple(map(int, name[6:].split("."))) for _, name in needed.values() if name.startswith("GLIBC_"))
