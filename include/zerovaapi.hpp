@@ -205,7 +205,7 @@ public:
       if (failed()) return;
       record_.code = code;
       hasNoResult_ = true;
-      if (record_.json) std::strcpy(record_.json, "{}");
+      if (record_.json) std::memcpy(record_.json, "{}", 3);
       static constexpr const char* kForm =
          R"({"error_constant":"%s","component":"zerovaapi","zerovaapi_debug":"%s"})";
       if (!sentence) return;
@@ -819,7 +819,7 @@ public:
          try {
             zerovaapi_RouteAttributes_setOwnerName(handle(), name.c_str(), record);
          } catch (const std::bad_alloc&) {
-            if (record->json) std::strcpy(record->json, "{}");
+            if (record->json) std::memcpy(record->json, "{}", 3);
             record->code = kOutOfMemory;
          }
 #else
@@ -1426,7 +1426,7 @@ private:
    static void setOutOfMemory(quelerr_Status* record) noexcept
    {
       record->code = kOutOfMemory;
-      if (record->json) std::strcpy(record->json, "{}");
+      if (record->json) std::memcpy(record->json, "{}", 3);
    }
    static char* QUELERR_CALL giveMemory(void*, std::size_t length, void*, quelerr_Status* record)
    {
