@@ -14,7 +14,7 @@ set(tmpfiles_dir "lib/tmpfiles.d")
 # First, since rules are carried out in their order: whether the prefix can be written to, and which
 # folders are made for us and go again.
 set(folders "${CMAKE_INSTALL_LIBDIR}" "${CMAKE_INSTALL_INCLUDEDIR}" "${ZEROVA_INSTALL_TEXTSDIR}"
-   "${CMAKE_INSTALL_MANDIR}/man7" "${packages_dir}" "${pkgconfig_dir}" "${CMAKE_INSTALL_DOCDIR}" "${tmpfiles_dir}"
+   "${CMAKE_INSTALL_MANDIR}/man3" "${CMAKE_INSTALL_MANDIR}/man7" "${packages_dir}" "${pkgconfig_dir}" "${CMAKE_INSTALL_DOCDIR}" "${tmpfiles_dir}"
    "${ZEROVA_INSTALL_PROGRAMSDIR}")
 if(NOT ZEROVA_BUILD_EXAMPLES)
    list(REMOVE_ITEM folders "${ZEROVA_INSTALL_PROGRAMSDIR}")
@@ -64,19 +64,23 @@ if(TARGET zerova_notices)
    install(FILES "${PROJECT_BINARY_DIR}/third-party.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
 endif()
 
-set(man_page "${PROJECT_BINARY_DIR}/zerovaapi.7")
-add_custom_command(OUTPUT "${man_page}"
-   COMMAND Python3::Interpreter -B "${PROJECT_SOURCE_DIR}/docs/man/generate_man.py" "${PROJECT_SOURCE_DIR}/include"
-      ${PROJECT_VERSION} "${ZEROVA_ENDPOINT_DIR}" "${ZEROVA_REGISTRY_DIR}" "${man_page}"
-   DEPENDS docs/man/generate_man.py include/zerovaapi.h include/quelerr_status.h include/lorvex_translator.h
-   COMMENT "Generating the manual page from the headers"
+# Their names follow the headers and the documents, so a stamp stands for them.
+set(man_pages "${PROJECT_BINARY_DIR}/man")
+file(GLOB documents CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/docs/*.md" "${PROJECT_SOURCE_DIR}/docs/man/*.py"
+   "${PROJECT_SOURCE_DIR}/docs/book/*.py")
+add_custom_command(OUTPUT "${man_pages}/made"
+   COMMAND Python3::Interpreter -B "${PROJECT_SOURCE_DIR}/docs/man/generate_man.py" "${PROJECT_SOURCE_DIR}"
+      ${PROJECT_VERSION} "${ZEROVA_ENDPOINT_DIR}" "${ZEROVA_REGISTRY_DIR}" "${man_pages}"
+   COMMAND "${CMAKE_COMMAND}" -E touch "${man_pages}/made"
+   DEPENDS ${documents} docs/book/contents.txt include/zerovaapi.h include/quelerr_status.h include/lorvex_translator.h
+   COMMENT "Generating the manual pages from the headers and the documents"
    VERBATIM)
-add_custom_target(zerova_man ALL DEPENDS "${man_page}")
-install(FILES "${man_page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man7" COMPONENT development)
+add_custom_target(zerova_man ALL DEPENDS "${man_pages}/made")
+install(DIRECTORY "${man_pages}/man3" "${man_pages}/man7" DESTINATION "${CMAKE_INSTALL_MANDIR}" COMPONENT development)
 
 # As they stand in the sources, for the links from one to another.
 install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc
-   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE)
+   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE PATTERN book EXCLUDE)
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc)
 install(DIRECTORY examples/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT doc PATTERN .clang-tidy EXCLUDE)
 

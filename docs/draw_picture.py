@@ -2,12 +2,14 @@
 
 Usage: draw_picture.py PICTURE.txt PICTURE.svg
 
-The lines of a picture's text, in any order but for the first two:
+The lines of a picture's text, in any order but for the first two, and gap before what it holds for:
    columns WIDTH...                    how wide each is
    rows COUNT
    box NAME COLUMN ROWS TITLE | LINE   ROWS is 2 or 1-3
    frame COLUMN ROWS TITLE             around the boxes there
    arrow FROM TO ROW LABEL             between boxes of neighbouring columns
+   gap WIDTH                           between columns, in place of 130
+   cells ROW CELL ; CELL ...           side by side; a CELL is WIDTH TITLE | LINE
    # for those who read the text
 """
 
@@ -42,12 +44,15 @@ class Fault(Exception):
 
 class Picture:
    def __init__(self):
-      self.columns, self.rows = [], 0
+      self.columns, self.rows, self.gap, self.widest = [], 0, GAP, 0
       self.boxes = {}
       self.back, self.front = [], []
 
    def columns_line(self, words):
       self.columns = [int(word) for word in words.split()]
+
+   def gap_line(self, words):
+      self.gap = int(words)
 
    def rows_line(self, words):
       self.rows = int(words)
@@ -58,7 +63,7 @@ class Picture:
       first, last, column = int(first), int(last or first), int(column)
       if not (1 <= first <= last <= self.rows and 1 <= column <= len(self.columns)):
          raise ValueError
-      left = MARGIN + sum(self.columns[:column - 1]) + GAP * (column - 1)
+      left = MARGIN + sum(self.columns[:column - 1]) + self.gap * (column - 1)
       height = (last - first + 1) * (ROW + SPACE) - SPACE
       return left, TOP + (first - 1) * (ROW + SPACE), self.columns[column - 1], height
 
@@ -72,11 +77,23 @@ class Picture:
    def box_line(self, words):
       name, column, rows, said = words.split(maxsplit=3)
       left, top, width, height = self.boxes[name] = self.place(column, rows)
+      self.filled(left, top, width, height, said)
+
+   def filled(self, left, top, width, height, said):
       self.front.append(f'<rect x="{left}" y="{top}" width="{width}" height="{height}"/>')
       lines = [line.strip() for line in said.split("|")]
       y = top + height / 2 - (len(lines) - 1) * LINE / 2 + 5
       for number, line in enumerate(lines):
          self.front.append(text(left + width / 2, y + number * LINE, "label" if number else "title", line))
+
+   def cells_line(self, words):
+      row, said = words.split(maxsplit=1)
+      left, top, _, height = self.place("1", row)
+      for cell in said.split(";"):
+         width, inside = cell.split(maxsplit=1)
+         self.filled(left, top, int(width), height, inside)
+         left += int(width)
+      self.widest = max(self.widest, left + MARGIN)
 
    def arrow_line(self, words):
       source, target, row, label = words.split(maxsplit=3)
@@ -89,7 +106,7 @@ class Picture:
       self.front.append(text((begin + end) / 2, y - 7, "label", label))
 
    def svg(self, title):
-      width = 2 * MARGIN + sum(self.columns) + GAP * (len(self.columns) - 1)
+      width = max(self.widest, 2 * MARGIN + sum(self.columns) + self.gap * (len(self.columns) - 1))
       height = TOP + self.rows * (ROW + SPACE) - SPACE + MARGIN
       return "\n".join([HEAD.format(width, height, html.escape(title)), *self.back, *self.front, "</svg>\n"])
 

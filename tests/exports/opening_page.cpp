@@ -53,7 +53,7 @@ std::string commandsOf(const std::string& name, const std::string& value)
 {
    const std::vector<std::string> lines = linesOfThePage();
    auto line = std::find(lines.begin(), lines.end(), "<!-- " + name + " -->");
-   if (lines.end() - line < 3 || line[1] != "```bash")
+   if (lines.end() - line < 3 || line[1] != "```bash elsewhere")
       throw std::runtime_error("no commands for " + name);
    line += 2;
    std::string commands = line->substr(0, line->find('=') + 1) + "'" + value + "'\n";

@@ -47,7 +47,8 @@ class Install(Scratch):
         self.assertEqual(tree(self.prefix / "include"),
                          ["lorvex_translator.h", "quelerr_status.h", "zerovaapi.h", "zerovaapi.hpp"])
         documents = self.prefix / "share/doc/zerovaapi"
-        for path in (self.prefix / "share/man/man7/zerovaapi.7", documents / "README.md", documents / "CHANGELOG.md",
+        for path in (self.prefix / "share/man/man7/zerovaapi.7",
+                     self.prefix / "share/man/man3/zerovaapi_calculateRoute.3", documents / "README.md", documents / "CHANGELOG.md",
                      documents / "docs/status-codes.md", documents / "examples/quick_start.c",
                      documents / "third-party.md", self.prefix / "lib/tmpfiles.d/zerovaapi.conf"):
             self.assertTrue(path.is_file(), path)
