@@ -25,5 +25,5 @@ endfunction()
 function(zerova_link_interpreter target)
    target_link_libraries(${target} PRIVATE zerova_lua)
    target_sources(${target} PRIVATE
-      "$<FILTER:$<TARGET_OBJECTS:zerovaapi_objects>,INCLUDE,/(codec_memory|native_module|number_text|thread_pointer)[.]>")
+      "$<FILTER:$<TARGET_OBJECTS:zerovaapi_objects>,INCLUDE,/(codec_memory|native_module|number_text|script_files|thread_pointer|wide_text)[.]>")
 endfunction()

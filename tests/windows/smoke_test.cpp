@@ -4,6 +4,7 @@
 #include "lorvex_translator.h"
 #include "service/checked_status.h"
 #include "service/wire_bytes.h"
+#include "windows/own_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -31,52 +32,6 @@ using testing::AnyOf;
 using testing::HasSubstr;
 
 namespace fs = std::filesystem;
-
-// The folder of the program, which is that of the build.
-fs::path ownFolder()
-{
-   wchar_t path[MAX_PATH];
-   const DWORD length = GetModuleFileNameW(nullptr, path, MAX_PATH);
-   return fs::path(std::wstring(path, length)).parent_path();
-}
-
-std::string utf8(const fs::path& path)
-{
-   const std::u8string text = path.generic_u8string();
-   return {text.begin(), text.end()};
-}
-
-// A folder of the test's own, gone with it.
-class OwnFolder
-{
-public:
-   explicit OwnFolder(const fs::path& name)
-      : path_(ownFolder() / name)
-   {
-      fs::remove_all(path_);
-      fs::create_directories(path_);
-   }
-   ~OwnFolder()
-   {
-      std::error_code ignored;
-      fs::remove_all(path_, ignored);
-   }
-   OwnFolder(const OwnFolder&) = delete;
-   OwnFolder& operator=(const OwnFolder&) = delete;
-
-   const fs::path& path() const { return path_; }
-
-   void write(const fs::path& name, const std::string& content) const
-   {
-      fs::create_directories((path_ / name).parent_path());
-      std::ofstream file(path_ / name, std::ios::binary);
-      file << content;
-      ASSERT_TRUE(file.flush()) << utf8(name);
-   }
-
-private:
-   fs::path path_;
-};
 
 // The value that an installer writes, in the view of 32-bit programs alone.
 class InstalledFolder
