@@ -8,6 +8,10 @@ set(ZEROVA_INSTALL_TEXTSDIR "${CMAKE_INSTALL_DATADIR}/zerovaapi/texts" CACHE STR
 set(packages_dir "${CMAKE_INSTALL_LIBDIR}/cmake/zerovaapi")
 set(pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 set(ZEROVA_INSTALL_PROGRAMSDIR "${CMAKE_INSTALL_LIBDIR}/zerovaapi/examples")
+if(WIN32)
+   # Where programs look for a DLL.
+   set(ZEROVA_INSTALL_PROGRAMSDIR "${CMAKE_INSTALL_BINDIR}")
+endif()
 # Not the architecture's: the system reads it here alone.
 set(tmpfiles_dir "lib/tmpfiles.d")
 
@@ -16,13 +20,18 @@ set(tmpfiles_dir "lib/tmpfiles.d")
 set(folders "${CMAKE_INSTALL_LIBDIR}" "${CMAKE_INSTALL_INCLUDEDIR}" "${ZEROVA_INSTALL_TEXTSDIR}"
    "${CMAKE_INSTALL_MANDIR}/man7" "${packages_dir}" "${pkgconfig_dir}" "${CMAKE_INSTALL_DOCDIR}" "${tmpfiles_dir}"
    "${ZEROVA_INSTALL_PROGRAMSDIR}")
-if(NOT ZEROVA_BUILD_EXAMPLES)
+if(WIN32)
+   list(REMOVE_ITEM folders "${CMAKE_INSTALL_MANDIR}/man7" "${pkgconfig_dir}" "${tmpfiles_dir}")
+   list(APPEND folders "${CMAKE_INSTALL_BINDIR}")
+elseif(NOT ZEROVA_BUILD_EXAMPLES)
    list(REMOVE_ITEM folders "${ZEROVA_INSTALL_PROGRAMSDIR}")
 endif()
 configure_file(cmake/prepare_install.cmake.in "${PROJECT_BINARY_DIR}/prepare_install.cmake" @ONLY)
 install(SCRIPT "${PROJECT_BINARY_DIR}/prepare_install.cmake" ALL_COMPONENTS)
 
 install(TARGETS zerovaapi EXPORT zerovaapiTargets
+   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime
+   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development
    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
    INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 install(FILES include/zerovaapi.h include/quelerr_status.h include/lorvex_translator.h
@@ -33,6 +42,29 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/zerovaapiConfigVersion.c
    COMPATIBILITY SameMajorVersion)
 install(FILES cmake/zerovaapiConfig.cmake "${PROJECT_BINARY_DIR}/zerovaapiConfigVersion.cmake"
    DESTINATION "${packages_dir}" COMPONENT development)
+
+if(TARGET zerova_notices)
+   install(FILES "${PROJECT_BINARY_DIR}/third-party.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
+endif()
+
+# As they stand in the sources, for the links from one to another.
+install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc
+   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc)
+install(DIRECTORY examples/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT doc PATTERN .clang-tidy EXCLUDE)
+
+configure_file(cmake/uninstall.cmake.in "${PROJECT_BINARY_DIR}/uninstall.cmake" @ONLY)
+if(PROJECT_IS_TOP_LEVEL)
+   add_custom_target(uninstall
+      COMMAND "${CMAKE_COMMAND}" -P "${PROJECT_BINARY_DIR}/uninstall.cmake"
+      COMMENT "Removing what was installed"
+      VERBATIM)
+endif()
+
+if(WIN32)
+   include(cmake/ZerovaInstallDll.cmake)
+   return()
+endif()
 
 # zerova_relative_to_prefix(variable folder): the folder as the pkg-config file names it, which is
 # found with the prefix unless it was set to be absolute.
@@ -60,9 +92,6 @@ install(FILES "${PROJECT_BINARY_DIR}/zerovaapi.pc" DESTINATION "${pkgconfig_dir}
 # name one folder, the system heeds the one whose name comes first.
 configure_file(packaging/tmpfiles.conf.in "${PROJECT_BINARY_DIR}/zerovaapi.conf" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/zerovaapi.conf" DESTINATION "${tmpfiles_dir}" COMPONENT runtime)
-if(TARGET zerova_notices)
-   install(FILES "${PROJECT_BINARY_DIR}/third-party.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
-endif()
 
 set(man_page "${PROJECT_BINARY_DIR}/zerovaapi.7")
 add_custom_command(OUTPUT "${man_page}"
@@ -73,17 +102,3 @@ add_custom_command(OUTPUT "${man_page}"
    VERBATIM)
 add_custom_target(zerova_man ALL DEPENDS "${man_page}")
 install(FILES "${man_page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man7" COMPONENT development)
-
-# As they stand in the sources, for the links from one to another.
-install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc
-   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE)
-install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc)
-install(DIRECTORY examples/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT doc PATTERN .clang-tidy EXCLUDE)
-
-configure_file(cmake/uninstall.cmake.in "${PROJECT_BINARY_DIR}/uninstall.cmake" @ONLY)
-if(PROJECT_IS_TOP_LEVEL)
-   add_custom_target(uninstall
-      COMMAND "${CMAKE_COMMAND}" -P "${PROJECT_BINARY_DIR}/uninstall.cmake"
-      COMMENT "Removing what was installed"
-      VERBATIM)
-endif()
