@@ -37,14 +37,13 @@ namespace fs = std::filesystem;
 class InstalledFolder
 {
 public:
-   explicit InstalledFolder(const std::wstring& folder)
+   explicit InstalledFolder(const std::wstring& folder, DWORD type = REG_SZ, size_t terminators = 1)
    {
       EXPECT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, nullptr, 0,
                                 KEY_ALL_ACCESS | KEY_WOW64_32KEY, nullptr, &key_, nullptr),
                 ERROR_SUCCESS);
-      EXPECT_EQ(RegSetValueExW(key_, kValue, 0, REG_SZ,
-                               reinterpret_cast<const BYTE*>(folder.c_str()),
-                               static_cast<DWORD>((folder.size() + 1) * sizeof(wchar_t))),
+      EXPECT_EQ(RegSetValueExW(key_, kValue, 0, type, reinterpret_cast<const BYTE*>(folder.c_str()),
+                               static_cast<DWORD>((folder.size() + terminators) * sizeof(wchar_t))),
                 ERROR_SUCCESS);
    }
    ~InstalledFolder()
@@ -303,6 +302,29 @@ TEST(Translator, FolderOfTheRegistryMayHaveAJapaneseName)
    Translator translator("$_trvShared32Dir/Errors");
    EXPECT_EQ(translator.describe(-99001, lorvex_languageJapanese), "\u65E5\u672C");
    EXPECT_EQ(translator.describe(-99002, lorvex_languageEnglish), "caf\u00E9");
+}
+
+TEST(Translator, ValueOfTheRegistryMayBeOfAnyTypeAndLengthAndWithoutATerminator)
+{
+   const OwnFolder shared(L"shared");
+   shared.write("Errors/English/a.err", errorFile(-99001, "found"));
+   const std::wstring folder = shared.path().wstring();
+   const std::wstring blanks(300, L' ');
+   struct Case
+   {
+      std::wstring value;
+      DWORD type;
+      size_t terminators;
+   };
+   for (const Case& c :
+        {Case{folder, REG_SZ, 0}, Case{folder, REG_BINARY, 0}, Case{folder, REG_EXPAND_SZ, 1},
+         Case{blanks + folder + L"\\", REG_SZ, 1}, Case{folder + blanks, REG_BINARY, 0}})
+   {
+      const InstalledFolder installed(c.value, c.type, c.terminators);
+      Translator translator("$_trvShared32Dir/Errors");
+      EXPECT_EQ(translator.describe(-99001, lorvex_languageEnglish), "found")
+         << c.type << ' ' << c.value.size();
+   }
 }
 
 TEST(Translator, NumbersAreWrittenAsOnAnySystem)
