@@ -150,6 +150,9 @@ void* platform_openNativeModule(const char* file)
       SetLastError(errno == ENOMEM ? ERROR_NOT_ENOUGH_MEMORY : ERROR_MOD_NOT_FOUND);
       return nullptr;
    }
+   // The system's own search knows one separator alone.
+   for (wchar_t* unit = path; *unit != L'\0'; ++unit)
+      if (*unit == L'/') *unit = L'\\';
    const HMODULE module = load(path);
    std::free(path);
    if (module && (asksInterpreter(module) || holdsInterpreter(module) || isInterpreterHere())) {

@@ -327,6 +327,28 @@ TEST(Translator, ValueOfTheRegistryMayBeOfAnyTypeAndLengthAndWithoutATerminator)
    }
 }
 
+// A key of the user's own stands for the machine's, for this process alone.
+TEST(Translator, RegistryMayBeASandboxOfTheHosts)
+{
+   const OwnFolder shared(L"shared");
+   shared.write("Errors/English/a.err", errorFile(-99001, "found"));
+   constexpr const wchar_t* kSandbox = L"SOFTWARE\\ZerovaSandbox";
+   HKEY sandbox = nullptr;
+   ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kSandbox, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                             &sandbox, nullptr),
+             ERROR_SUCCESS);
+   ASSERT_EQ(RegOverridePredefKey(HKEY_LOCAL_MACHINE, sandbox), ERROR_SUCCESS);
+   {
+      const InstalledFolder installed(shared.path().wstring());
+      Translator translator("$_trvShared32Dir/Errors");
+      EXPECT_EQ(translator.describe(-99001, lorvex_languageEnglish), "found");
+   }
+   EXPECT_EQ(RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr), ERROR_SUCCESS);
+   EXPECT_EQ(RegDeleteTreeW(sandbox, nullptr), ERROR_SUCCESS);
+   RegCloseKey(sandbox);
+   RegDeleteKeyW(HKEY_CURRENT_USER, kSandbox);
+}
+
 TEST(Translator, NumbersAreWrittenAsOnAnySystem)
 {
    // The pattern that the C library of this system writes has three digits in its exponent.
