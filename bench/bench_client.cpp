@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <functional>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -62,40 +63,54 @@ bench::Replies replies()
    };
 }
 
-struct Contender
+// Microseconds of a call: the median of each block, in the order of the blocks.
+struct Race
 {
-   std::function<void()> call;
-   std::vector<double> samples = {};
+   std::vector<double> raw;
+   std::vector<double> stub;
+   std::vector<double> exported;
 };
 
-// Medians of single calls, the contenders taking turns in short blocks so that all see the same
-// machine.
-std::vector<double> race(std::vector<Contender> contenders, int blocks, int callsPerBlock)
+double medianCall(const std::function<void()>& call, int calls)
 {
-   for (int block = -2; block < blocks; ++block) // the first two warm up
-      for (size_t turn = 0; turn < contenders.size(); ++turn) {
-         // Each goes first in its turn: what one leaves in the heap and the caches, the next one
-         // meets.
-         Contender& contender =
-            contenders[(turn + static_cast<size_t>(block + 2)) % contenders.size()];
-         for (int i = 0; i < callsPerBlock; ++i) {
-            const double start = bench::now();
-            contender.call();
-            const double end = bench::now();
-            if (block >= 0) contender.samples.push_back(end - start);
-         }
-      }
-   std::vector<double> medians;
-   for (Contender& contender : contenders)
-      medians.push_back(bench::median(std::move(contender.samples)) / 1000);
-   return medians;
+   std::vector<double> samples;
+   for (int i = 0; i < calls; ++i) {
+      const double start = bench::now();
+      call();
+      samples.push_back((bench::now() - start) / 1000);
+   }
+   return bench::median(std::move(samples));
 }
 
-void reportRace(bench::Report& report, const std::string& what, const std::vector<double>& medians,
-                bench::Goal againstRaw)
+// The three take turns in short blocks so that all see the same machine.
+Race race(const std::function<void()>& raw, const std::function<void()>& stub,
+          const std::function<void()>& exported, int blocks, int callsPerBlock)
 {
-   report.compare(what + ": exported/stub", medians[2], medians[1], "us", bench::atMost(1.02));
-   report.compare(what + ": exported/raw", medians[2], medians[0], "us", againstRaw);
+   struct Contender
+   {
+      const std::function<void()>& call;
+      std::vector<double> Race::*samples;
+   };
+   const Contender contenders[] = {
+      {raw, &Race::raw}, {stub, &Race::stub}, {exported, &Race::exported}};
+   Race race;
+   for (int block = -2; block < blocks; ++block) // the first two warm up
+      for (size_t turn = 0; turn < std::size(contenders); ++turn) {
+         // Each goes first in its turn: what one leaves in the heap and the caches, the next one
+         // meets.
+         const Contender& contender =
+            contenders[(turn + static_cast<size_t>(block + 2)) % std::size(contenders)];
+         const double sample = medianCall(contender.call, callsPerBlock);
+         if (block >= 0) (race.*contender.samples).push_back(sample);
+      }
+   return race;
+}
+
+void reportRace(bench::Report& report, const std::string& what, const Race& race,
+                bench::Goal againstStub, bench::Goal againstRaw)
+{
+   report.compare(what + ": exported/stub", {race.exported, race.stub}, "us", againstStub);
+   report.compare(what + ": exported/raw", {race.exported, race.raw}, "us", againstRaw);
 }
 
 void fill(zerovaapi_RouteAttributes attributes, quelerr_Status* status)
@@ -136,11 +151,10 @@ void measureEndpoint(bench::Report& report, const std::string& endpoint, const s
    const std::string reserve = framed(message("reserveRoute", call, reserveArguments));
    const auto reserveRoute = EXPORT(zerovaapi_reserveRoute);
    reportRace(report, endpoint + ", small call",
-              race({{[&] { exchangeRaw(raw, reserve, body); }},
-                    {[&] { stub->client.reserveRoute(kTicket); }},
-                    {[&] { reserveRoute(session, kTicket, &status); }}},
-                   100, 300),
-              bench::atMost(1.15));
+              race([&] { exchangeRaw(raw, reserve, body); },
+                   [&] { stub->client.reserveRoute(kTicket); },
+                   [&] { reserveRoute(session, kTicket, &status); }, 100, 300),
+              bench::atMost(1.02), bench::atMost(1.03));
 
    const zerovaapi_RouteAttributes attributes = EXPORT(zerovaapi_RouteAttributes_new)(&status);
    fill(attributes, &status);
@@ -154,14 +168,14 @@ void measureEndpoint(bench::Report& report, const std::string& endpoint, const s
    const std::string source = "/matrix1/ch0";
    const std::string destination = "/scanner2/com";
    reportRace(report, endpoint + ", six maps of ten",
-              race({{[&] { exchangeRaw(raw, calculate, body); }},
-                    {[&] { stub->client.calculateRoute(source, destination, wireAttributes); }},
-                    {[&] {
-                       calculateRoute(session, source.c_str(), destination.c_str(), attributes,
-                                      &status);
-                    }}},
+              race([&] { exchangeRaw(raw, calculate, body); },
+                   [&] { stub->client.calculateRoute(source, destination, wireAttributes); },
+                   [&] {
+                      calculateRoute(session, source.c_str(), destination.c_str(), attributes,
+                                     &status);
+                   },
                    100, 200),
-              bench::noGoal());
+              bench::atMost(1.02), bench::noGoal());
    EXPORT(zerovaapi_RouteAttributes_destroy)(attributes);
 
    zerova::APIv1_getTerminalNamesAndAttributesForDevice_args listArguments;
@@ -173,14 +187,14 @@ void measureEndpoint(bench::Report& report, const std::string& endpoint, const s
    const std::string device = "matrix1";
    reportRace(
       report, endpoint + ", 1,000 terminals",
-      race({{[&] { exchangeRaw(raw, list, body); }},
-            {[&] {
-               std::vector<std::map<std::string, zerova::Attribute>> terminals;
-               stub->client.getTerminalNamesAndAttributesForDevice(terminals, device, {});
-            }},
-            {[&] { destroyTerminals(getTerminals(session, device.c_str(), nullptr, &status)); }}},
-           60, 4),
-      bench::noGoal());
+      race([&] { exchangeRaw(raw, list, body); },
+           [&] {
+              std::vector<std::map<std::string, zerova::Attribute>> terminals;
+              stub->client.getTerminalNamesAndAttributesForDevice(terminals, device, {});
+           },
+           [&] { destroyTerminals(getTerminals(session, device.c_str(), nullptr, &status)); }, 60,
+           4),
+      bench::atMost(0.5), bench::noGoal());
 
    requireSuccess(status);
    EXPORT(zerovaapi_destroySession)(session);

@@ -92,12 +92,12 @@ Loading loadOnce(const char* library, const Host& host)
    return result;
 }
 
-double medianOf(const std::vector<Loading>& loadings, double Loading::*figure)
+std::vector<double> samplesOf(const std::vector<Loading>& loadings, double Loading::*figure)
 {
    std::vector<double> samples;
    for (const Loading& loading : loadings)
       samples.push_back(loading.*figure);
-   return bench::median(samples);
+   return samples;
 }
 
 void measureHost(bench::Report& report, const Host& host)
@@ -110,8 +110,8 @@ void measureHost(bench::Report& report, const Host& host)
    }
    const auto compare = [&](const char* what, double Loading::*figure, const char* unit,
                             bench::Goal goal) {
-      report.compare(std::string(what) + ", " + host.name, medianOf(ours, figure),
-                     medianOf(system, figure), unit, goal);
+      report.compare(std::string(what) + ", " + host.name,
+                     {samplesOf(ours, figure), samplesOf(system, figure)}, unit, goal);
    };
    const bench::Goal goal = bench::atMost(0.4);
    compare("first load", &Loading::first, "us", goal);

@@ -8,7 +8,8 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -28,18 +29,51 @@ constexpr int kDescriptionsInARow = 5;
    std::exit(EXIT_FAILURE);
 }
 
-lorvex_Translator* createTranslator()
+// The same modules as the library has, as texts.
+class Texts
+{
+public:
+   Texts()
+   {
+      for (size_t i = 0; i < lorvexlua_embeddedModuleCount; ++i) {
+         const std::string name = lorvexlua_embeddedModules[i].name;
+         const bool isMade = name.starts_with("commonTerms_");
+         std::ifstream file((isMade ? ZEROVA_DICTIONARIES_DIR "/" : ZEROVA_SCRIPTS_DIR "/") + name);
+         if (!file) fail("cannot read the scripts");
+         texts_[i].assign(std::istreambuf_iterator<char>(file), {});
+         rows_.push_back({lorvexlua_embeddedModules[i].name,
+                          reinterpret_cast<const unsigned char*>(texts_[i].data()),
+                          texts_[i].size()});
+      }
+   }
+
+   const EmbeddedModule* rows() const { return rows_.data(); }
+
+private:
+   std::vector<std::string> texts_{lorvexlua_embeddedModuleCount};
+   std::vector<EmbeddedModule> rows_;
+};
+
+lorvex_Translator* createTranslator(const EmbeddedModule* modules = lorvexlua_embeddedModules)
 {
    quelerr_Status status;
    quelerr_heapStatus_init(&status);
+   const lorvexlua_Contents contents{lorvexlua_libraries, lorvexlua_libraryCount, modules,
+                                     lorvexlua_embeddedModuleCount};
    lorvex_Translator* const translator =
-      lorvex_exported_create("dorvex_zerova", kRegistration, &status);
+      lorvexlua_createTranslatorWith(contents, "dorvex_zerova", kRegistration, &status);
    if (!translator) fail(status.json);
    quelerr_heapStatus_release(&status);
    return translator;
 }
 
-// The reference: the same libraries opened and the same texts loaded, with nothing around it.
+void createAndDestroy(const EmbeddedModule* modules)
+{
+   lorvex_Translator* const translator = createTranslator(modules);
+   translator->destroy(translator);
+}
+
+// The reference: the same libraries opened and the same modules loaded, with nothing around it.
 lua_State* createBareState()
 {
    lua_State* const L = luaL_newstate();
@@ -49,17 +83,7 @@ lua_State* createBareState()
       lua_pushstring(L, lorvexlua_libraries[i].name);
       lua_call(L, 1, 0);
    }
-   lua_getglobal(L, "package");
-   lua_getfield(L, -1, "preload");
-   for (size_t i = 0; i < lorvexlua_embeddedModuleCount; ++i) {
-      const EmbeddedModule& module = lorvexlua_embeddedModules[i];
-      if (luaL_loadbuffer(L, reinterpret_cast<const char*>(module.data), module.size,
-                          module.name) != 0)
-         fail(lua_tostring(L, -1));
-      const std::string name = module.name;
-      lua_setfield(L, -2, name.substr(0, name.rfind('.')).c_str());
-   }
-   lua_pop(L, 2);
+   if (lorvexlua_addEmbeddedModules(L) != 0) fail("a module does not load");
    return L;
 }
 
@@ -113,61 +137,39 @@ void describePlainly(lua_State* L, const std::string& errJson)
    lua_pop(L, 2);
 }
 
-// Nanoseconds of processor time: both sides only compute, so what else runs on the machine need not
-// count.
-double now()
-{
-   timespec time{};
-   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-   return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
-}
-
-struct Medians
-{
-   double ours;
-   double reference;
-};
-
-// What each takes, taking turns.
-template <typename Ours, typename Reference>
-Medians measure(int pairs, int inARow, Ours ours, Reference reference)
-{
-   const auto time = [inARow](auto action) {
-      const double start = now();
-      for (int i = 0; i < inARow; ++i)
-         action();
-      return (now() - start) / inARow;
-   };
-   std::vector<double> oursTimes;
-   std::vector<double> referenceTimes;
-   time(ours);
-   time(reference);
-   for (int i = 0; i < pairs; ++i) {
-      oursTimes.push_back(time(ours));
-      referenceTimes.push_back(time(reference));
-   }
-   return {bench::median(oursTimes), bench::median(referenceTimes)};
-}
-
 double heapBytes()
 {
    const struct mallinfo2 info = mallinfo2();
    return static_cast<double>(info.uordblks + info.hblkhd);
 }
 
-void reportHeap(bench::Report& report, const std::string& errJson)
+constexpr int kHeld = 20;
+
+double heapOfNewTranslator(const EmbeddedModule* modules)
 {
-   constexpr int kCount = 20;
    std::vector<lorvex_Translator*> translators;
    const double before = heapBytes();
-   for (int i = 0; i < kCount; ++i)
+   for (int i = 0; i < kHeld; ++i)
+      translators.push_back(createTranslator(modules));
+   const double after = heapBytes();
+   for (auto* translator : translators)
+      translator->destroy(translator);
+   return (after - before) / kHeld / 1024;
+}
+
+void reportHeap(bench::Report& report, const std::string& errJson, const Texts& texts)
+{
+   report.compare("heap of a new translator / of one from texts",
+                  heapOfNewTranslator(lorvexlua_embeddedModules), heapOfNewTranslator(texts.rows()),
+                  "KiB", bench::atMost(0.85));
+   std::vector<lorvex_Translator*> translators;
+   const double before = heapBytes();
+   for (int i = 0; i < kHeld; ++i)
       translators.push_back(createTranslator());
-   report.figure("heap of a translator, new", (heapBytes() - before) / kCount / 1024, "KiB",
-                 bench::noGoal());
    for (auto* translator : translators)
       describe(translator, errJson);
    report.figure("heap of a translator, one description later",
-                 (heapBytes() - before) / kCount / 1024, "KiB", bench::noGoal());
+                 (heapBytes() - before) / kHeld / 1024, "KiB", bench::noGoal());
    for (auto* translator : translators)
       translator->destroy(translator);
 }
@@ -178,26 +180,28 @@ int main(int argc, char** argv)
 {
    bench::Report report("bench_translator", argc, argv);
    const std::string errJson = statusOfTwentyRows();
-   reportHeap(report, errJson);
+   const Texts texts;
+   reportHeap(report, errJson, texts);
 
-   const Medians creation = measure(
-      kCreationPairs, 1,
-      [] {
-         lorvex_Translator* const translator = createTranslator();
-         translator->destroy(translator);
-      },
-      [] { lua_close(createBareState()); });
-   report.compare("create and destroy a translator / a bare state", creation.ours / 1000,
-                  creation.reference / 1000, "us", bench::atMost(1.05));
+   const auto create = [] { createAndDestroy(lorvexlua_embeddedModules); };
+   report.compare("create and destroy a translator / one from texts",
+                  bench::measureInTurns(kCreationPairs, 1, bench::processorTime, create,
+                                        [&] { createAndDestroy(texts.rows()); }),
+                  "us", bench::atMost(0.45));
+   report.compare("create and destroy a translator / a bare state",
+                  bench::measureInTurns(kCreationPairs, 1, bench::processorTime, create,
+                                        [] { lua_close(createBareState()); }),
+                  "us", bench::noGoal());
 
    lorvex_Translator* const translator = createTranslator();
    lua_State* const interpreter = createPlainInterpreter();
-   const Medians description = measure(
-      kDescriptionPairs, kDescriptionsInARow, [&] { describe(translator, errJson); },
-      [&] { describePlainly(interpreter, errJson); });
+   report.compare("describe 20 rows by a translator / by the plain interpreter",
+                  bench::measureInTurns(
+                     kDescriptionPairs, kDescriptionsInARow, bench::processorTime,
+                     [&] { describe(translator, errJson); },
+                     [&] { describePlainly(interpreter, errJson); }),
+                  "us", bench::atMost(1.10));
    lua_close(interpreter);
    translator->destroy(translator);
-   report.compare("describe 20 rows by a translator / by the plain interpreter",
-                  description.ours / 1000, description.reference / 1000, "us", bench::atMost(1.10));
    return report.finish();
 }

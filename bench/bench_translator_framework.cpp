@@ -30,30 +30,6 @@ void require(bool condition, const char* what)
    std::exit(1);
 }
 
-struct Medians
-{
-   double ours;
-   double reference;
-};
-
-// Microseconds of the two, which take turns.
-template <typename Ours, typename Reference>
-Medians measure(int rounds, Ours ours, Reference reference)
-{
-   std::vector<double> oursTimes;
-   std::vector<double> referenceTimes;
-   for (int i = 0; i < rounds; ++i) {
-      const double start = bench::now();
-      ours();
-      const double middle = bench::now();
-      reference();
-      const double end = bench::now();
-      oursTimes.push_back((middle - start) / 1000);
-      referenceTimes.push_back((end - middle) / 1000);
-   }
-   return {bench::median(oursTimes), bench::median(referenceTimes)};
-}
-
 // Files of a folder in the order in which the system lists them.
 std::vector<std::string> listed(const std::string& folder)
 {
@@ -116,15 +92,15 @@ void lookUp(bench::Report& report)
       require(countEntries(paths) == size_t{kFiles} * kEntriesPerFile, "not all entries are there");
    };
    const std::string exact = scratch.path("Errors\\English");
-   const Medians plain = measure(
-      kRounds, [&] { search(exact); }, scan);
-   report.compare("last of 10000 entries in 20 files / fgets+strncasecmp", plain.ours,
-                  plain.reference, "us", bench::atMost(1.25));
+   report.compare("last of 10000 entries in 20 files / fgets+strncasecmp",
+                  bench::measureInTurns(
+                     kRounds, 1, bench::now, [&] { search(exact); }, scan),
+                  "us", bench::atMost(0.4));
    const std::string folded = scratch.path("errors\\english");
-   const Medians ignoringCase = measure(
-      kRounds, [&] { search(folded); }, scan);
-   report.compare("the same, folders named in another case", ignoringCase.ours,
-                  ignoringCase.reference, "us", bench::atMost(1.25));
+   report.compare("the same, folders named in another case",
+                  bench::measureInTurns(
+                     kRounds, 1, bench::now, [&] { search(folded); }, scan),
+                  "us", bench::atMost(0.4));
 }
 
 // Kana, kanji, half-width katakana and some ASCII, in about the shares of a text.
@@ -189,15 +165,11 @@ void convert(bench::Report& report, size_t size, const char* what, int repeats)
 {
    const std::string text = japaneseText(size);
    require(convertOurs(text) == convertByIconv(text), "the two conversions differ");
-   const auto repeat = [=](auto step) {
-      for (int i = 0; i < repeats; ++i)
-         step();
-   };
-   const Medians medians = measure(
-      kRounds, [&] { repeat([&] { convertOurs(text); }); },
-      [&] { repeat([&] { convertByIconv(text); }); });
-   report.compare(what, medians.ours / repeats, medians.reference / repeats, "us",
-                  bench::atMost(1.25));
+   report.compare(
+      what,
+      bench::measureInTurns(
+         kRounds, repeats, bench::now, [&] { convertOurs(text); }, [&] { convertByIconv(text); }),
+      "us", bench::atMost(1.25));
 }
 
 } // namespace

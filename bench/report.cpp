@@ -1,7 +1,5 @@
 #include "bench/report.h"
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -9,6 +7,8 @@
 namespace bench {
 
 namespace {
+
+constexpr const char* kRow = "%-58s %12s %12s %-6s %8s %13s %9s %s\n";
 
 bool isMet(double value, Goal goal)
 {
@@ -30,6 +30,15 @@ std::string number(double value)
    return text;
 }
 
+const char* verdict(double judged, const Interval* interval, Goal goal)
+{
+   if (goal.kind == Goal::Kind::none) return "-";
+   if (isMet(judged, goal)) return "yes";
+   const bool isWithinNoise =
+      interval && isMet(goal.kind == Goal::Kind::atMost ? interval->low : interval->high, goal);
+   return isWithinNoise ? "noise" : "NO";
+}
+
 std::string goalText(Goal goal)
 {
    if (goal.kind == Goal::Kind::none) return "-";
@@ -37,20 +46,6 @@ std::string goalText(Goal goal)
 }
 
 } // namespace
-
-double median(std::vector<double> samples)
-{
-   if (samples.empty()) return 0;
-   const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
-   std::nth_element(samples.begin(), middle, samples.end());
-   return *middle;
-}
-
-double now()
-{
-   const auto time = std::chrono::steady_clock::now().time_since_epoch();
-   return static_cast<double>(std::chrono::nanoseconds(time).count());
-}
 
 Report::Report(const char* program, int argc, char** argv)
    : program_(program)
@@ -61,30 +56,38 @@ Report::Report(const char* program, int argc, char** argv)
       std::fprintf(stderr, "usage: %s [--json FILE]\n", program);
       std::exit(2);
    }
-   std::printf("%-58s %12s %12s %-6s %8s %9s %s\n", program, "ours", "reference", "unit", "ratio",
-               "goal", "met");
+   std::printf(kRow, program, "ours", "reference", "unit", "ratio", "95 %", "goal", "met");
+}
+
+void Report::compare(const std::string& what, const Pairs& pairs, const char* unit, Goal goal)
+{
+   const double reference = median(pairs.reference);
+   const Interval interval = intervalOfRatio(pairs);
+   row(what, median(pairs.ours), &reference, &interval, unit, goal);
 }
 
 void Report::compare(const std::string& what, double ours, double reference, const char* unit,
                      Goal goal)
 {
-   row(what, ours, &reference, unit, goal);
+   row(what, ours, &reference, nullptr, unit, goal);
 }
 
 void Report::figure(const std::string& what, double value, const char* unit, Goal goal)
 {
-   row(what, value, nullptr, unit, goal);
+   row(what, value, nullptr, nullptr, unit, goal);
 }
 
-void Report::row(const std::string& what, double ours, const double* reference, const char* unit,
-                 Goal goal)
+void Report::row(const std::string& what, double ours, const double* reference,
+                 const Interval* interval, const char* unit, Goal goal)
 {
    const double judged = reference ? ours / *reference : ours;
-   const char* const met = goal.kind == Goal::Kind::none ? "-" : isMet(judged, goal) ? "yes" : "NO";
+   const char* const met = verdict(judged, interval, goal);
    const std::string referenceText = reference ? number(*reference) : "-";
    const std::string ratioText = reference ? number(judged) : "-";
-   std::printf("%-58s %12s %12s %-6s %8s %9s %s\n", what.c_str(), number(ours).c_str(),
-               referenceText.c_str(), unit, ratioText.c_str(), goalText(goal).c_str(), met);
+   const std::string intervalText =
+      interval ? number(interval->low) + "-" + number(interval->high) : "-";
+   std::printf(kRow, what.c_str(), number(ours).c_str(), referenceText.c_str(), unit,
+               ratioText.c_str(), intervalText.c_str(), goalText(goal).c_str(), met);
    std::fflush(stdout);
    if (jsonFile_.empty()) return;
 
@@ -97,9 +100,9 @@ void Report::row(const std::string& what, double ours, const double* reference, 
    std::fprintf(file, R"({"program":"%s","what":"%s","ours":%.6g,"unit":"%s")", program_.c_str(),
                 what.c_str(), ours, unit);
    if (reference) std::fprintf(file, R"(,"reference":%.6g,"ratio":%.6g)", *reference, judged);
+   if (interval) std::fprintf(file, R"(,"interval":[%.6g,%.6g])", interval->low, interval->high);
    if (goal.kind != Goal::Kind::none)
-      std::fprintf(file, R"(,"goal":"%s","met":%s)", goalText(goal).c_str(),
-                   isMet(judged, goal) ? "true" : "false");
+      std::fprintf(file, R"(,"goal":"%s","met":"%s")", goalText(goal).c_str(), met);
    std::fprintf(file, "}\n");
    if (std::fclose(file) != 0) jsonFailed_ = true;
 }

@@ -6,15 +6,11 @@
 #ifndef BENCH_REPORT_H
 #define BENCH_REPORT_H
 
+#include "bench/pairs.h"
+
 #include <string>
-#include <vector>
 
 namespace bench {
-
-double median(std::vector<double> samples);
-
-// Monotonic nanoseconds.
-double now();
 
 struct Goal
 {
@@ -47,6 +43,10 @@ public:
    // Ends the program with a usage text for arguments that it does not know.
    Report(const char* program, int argc, char** argv);
 
+   // The goal is on the ratio of the medians. A row whose interval reaches the goal that its ratio
+   // misses is told as missed within the noise.
+   void compare(const std::string& what, const Pairs& pairs, const char* unit, Goal goal);
+
    // ours and reference in the same unit; the goal is on ours / reference.
    void compare(const std::string& what, double ours, double reference, const char* unit,
                 Goal goal);
@@ -58,8 +58,8 @@ public:
    int finish() const;
 
 private:
-   void row(const std::string& what, double ours, const double* reference, const char* unit,
-            Goal goal);
+   void row(const std::string& what, double ours, const double* reference, const Interval* interval,
+            const char* unit, Goal goal);
 
    std::string program_;
    std::string jsonFile_;

@@ -14,15 +14,16 @@ import pathlib
 import sys
 from xml.sax.saxutils import escape
 
-HEADINGS = ("what", "ours", "reference", "unit", "ratio", "goal", "met")
+HEADINGS = ("what", "ours", "reference", "unit", "ratio", "95 %", "goal", "met")
 
 LABEL_WIDTH = 430
 BAR_WIDTH = 420
 VALUE_WIDTH = 250
 ROW_HEIGHT = 24
+MET = {"yes": "met", "noise": "missed within the noise", "NO": "NOT MET"}
 # A bar ends here at most; what is further from its goal than this is told by its figure alone.
 LARGEST_SHARE = 2.0
-COLOURS = {True: "#2a7f4f", False: "#b3372f"}
+COLOURS = {"yes": "#2a7f4f", "noise": "#a06a00", "NO": "#b3372f"}
 
 
 class ResultError(Exception):
@@ -37,6 +38,9 @@ def read_rows(lines):
             row["program"], row["what"], row["unit"], float(row["ours"])
             if "goal" in row:
                 bound_of(row)
+                COLOURS[row["met"]]
+            low, high = row.get("interval", (0, 0))
+            float(low), float(high)
         except (ValueError, KeyError, TypeError, IndexError) as error:
             raise ResultError(f"line {number}: not a row of a benchmark: {line.strip()[:80]}") from error
         rows.append(row)
@@ -64,8 +68,8 @@ def number(value):
     return f"{value:.0f}" if abs(value) >= 1000 else f"{value:.3f}"
 
 
-def met_text(row):
-    return {True: "yes", False: "NO", None: "-"}[row.get("met")]
+def interval_text(row):
+    return "-".join(map(number, row["interval"])) if "interval" in row else "-"
 
 
 def table(rows):
@@ -76,13 +80,14 @@ def table(rows):
             number(row.get("reference")),
             row["unit"],
             number(row.get("ratio")),
+            interval_text(row),
             row.get("goal", "-"),
-            met_text(row),
+            row.get("met", "-"),
         )
         for row in rows
     ]
     widths = [max(len(line[column]) for line in cells) for column in range(len(HEADINGS))]
-    left = (0, 3, 6)
+    left = (0, 3, 7)
     return "\n".join(
         "  ".join(
             cell.ljust(width) if column in left else cell.rjust(width)
@@ -94,8 +99,9 @@ def table(rows):
 
 def closing_line(rows):
     judged_rows = [row for row in rows if "met" in row]
-    met = sum(row["met"] for row in judged_rows)
-    return f"{met} of {len(judged_rows)} goals met; rows without a goal: {len(rows) - len(judged_rows)}"
+    met = sum(row["met"] == "yes" for row in judged_rows)
+    noise = sum(row["met"] == "noise" for row in judged_rows)
+    return f"{met} of {len(judged_rows)} goals met, {noise} missed within the noise; rows without a goal: {len(rows) - len(judged_rows)}"
 
 
 def share_of_goal(row):
@@ -113,7 +119,7 @@ def bar(row, y):
     share = share_of_goal(row)
     length = BAR_WIDTH * min(max(share, 0), LARGEST_SHARE) / LARGEST_SHARE
     figure = number(judged(row)) + ("" if "ratio" in row else f" {row['unit']}")
-    colour = COLOURS[bool(row["met"])]
+    colour = COLOURS[row["met"]]
     middle = y + ROW_HEIGHT * 0.68
     return [
         text(LABEL_WIDTH - 10, middle, row["what"], text_anchor="end"),
@@ -121,7 +127,7 @@ def bar(row, y):
         text(
             LABEL_WIDTH + BAR_WIDTH + 10,
             middle,
-            f"{figure}, goal {row['goal']}, {'met' if row['met'] else 'NOT MET'}",
+            f"{figure}, goal {row['goal']}, {MET[row['met']]}",
             fill=colour,
         ),
     ]

@@ -16,13 +16,13 @@ namespace {
 constexpr const char* kFile = "lorvex/xmErrorsParser";
 
 // In lower case; see startsWith.
-constexpr const char* kDeclaration = "<?xml version=\"1.0\""; // "?>" or ">" may follow
-constexpr const char* kDocument = "<tvdocument>";
-constexpr const char* kDocumentEnd = "</tvdocument>";
-constexpr const char* kEntry = "<tverror code=\"";
-constexpr const char* kEntryEnd = "</tverror>";
-constexpr const char* kComment = "<tvcomment>";
-constexpr const char* kCommentEnd = "</tvcomment>";
+constexpr char kDeclaration[] = "<?xml version=\"1.0\""; // "?>" or ">" may follow
+constexpr char kDocument[] = "<tvdocument>";
+constexpr char kDocumentEnd[] = "</tvdocument>";
+constexpr char kEntry[] = "<tverror code=\"";
+constexpr char kEntryEnd[] = "</tverror>";
+constexpr char kComment[] = "<tvcomment>";
+constexpr char kCommentEnd[] = "</tvcomment>";
 constexpr size_t kNumberOffset = 15; // behind kEntry
 
 // A line that is longer comes in pieces, and each piece counts as a line.
@@ -32,12 +32,15 @@ using Line = char[1024];
 constexpr size_t kPathSize = 260;
 constexpr size_t kNameLimit = 256;
 
-// Ignores the case of ASCII letters, whatever the locale is.
-bool startsWith(const char* line, const char* tag)
+// Ignores the case of ASCII letters, whatever the locale is. What is spelt as the tag is, as most tags
+// are, needs no look at its letters.
+template <size_t Size>
+bool startsWith(const Line& line, const char (&tag)[Size])
 {
-   for (; *tag; ++line, ++tag) {
-      const char c = *line >= 'A' && *line <= 'Z' ? static_cast<char>(*line | 0x20) : *line;
-      if (c != *tag) return false;
+   if (std::memcmp(line, tag, Size - 1) == 0) return true;
+   for (size_t i = 0; i < Size - 1; ++i) {
+      const char c = line[i] >= 'A' && line[i] <= 'Z' ? static_cast<char>(line[i] | 0x20) : line[i];
+      if (c != tag[i]) return false;
    }
    return true;
 }
@@ -82,6 +85,12 @@ bool readLine(platform::TextFile* file, Line& line)
    return platform::readLine(file, line, sizeof line);
 }
 
+// Of the lines of a text that nobody wants, only one that could be a tag is looked at.
+bool readNextTag(platform::TextFile* file, Line& line)
+{
+   return platform::skipLines(file, '<', sizeof line) && readLine(file, line);
+}
+
 // Cuts the line ends behind the last other character; a text without one keeps them.
 void cutLineEnds(quelerr_String* text)
 {
@@ -110,7 +119,7 @@ bool scanEntry(platform::TextFile* file, Line& line, int32_t code, quelerr_Strin
       return true;
    }
    const bool isWanted = number == code;
-   while (readLine(file, line)) {
+   while (isWanted ? readLine(file, line) : readNextTag(file, line)) {
       if (startsWith(line, kEntryEnd)) {
          if (isWanted) cutLineEnds(description);
          return isWanted;
@@ -125,7 +134,7 @@ bool scanEntry(platform::TextFile* file, Line& line, int32_t code, quelerr_Strin
 
 void skipComment(platform::TextFile* file, Line& line)
 {
-   while (readLine(file, line) && !startsWith(line, kCommentEnd)) {
+   while (readNextTag(file, line) && !startsWith(line, kCommentEnd)) {
    }
 }
 

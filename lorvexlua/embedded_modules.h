@@ -13,11 +13,12 @@ struct EmbeddedModule
    size_t size;
 };
 
-// The table that the build makes of the texts, in the order in which they are installed.
+// The table that the build makes of the scripts, in the order in which they are installed: chunks of
+// our own interpreter, texts where it is the system's.
 extern const EmbeddedModule lorvexlua_embeddedModules[];
 extern const size_t lorvexlua_embeddedModuleCount;
 
-// Compiles every module into package.preload under its name without extension; runs none. A name
+// Loads every module into package.preload under its name without extension; runs none. A name
 // with another extension than .lua or .luac is skipped. A module that does not compile costs one
 // line on standard error, and the others still arrive. Returns 0, or 1 if any did not compile, and
 // leaves the stack as it was. Raises Lua errors: call it protected.

@@ -22,6 +22,10 @@ int openTextFile(const char* path, TextFile* file);
 // them. false: nothing was left, or the system failed.
 bool readLine(TextFile* file, char* line, size_t size);
 
+// Goes on to the next line, as readLine cuts lines for size, that begins with first, without looking
+// at what is between. false: there is none, and nothing is left.
+bool skipLines(TextFile* file, char first, size_t size);
+
 void closeTextFile(TextFile* file);
 
 } // namespace platform

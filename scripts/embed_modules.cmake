@@ -1,4 +1,4 @@
-# Turns script texts into constant data: cmake -DOUTPUT=FILE "-DMODULES=a.lua;b.lua" -P embed_modules.cmake
+# Turns scripts, as texts or compiled, into constant data: cmake -DOUTPUT=FILE "-DMODULES=a.lua;b.lua" -P embed_modules.cmake
 # The rows of the table stand in the order of MODULES.
 
 set(arrays "")
@@ -12,8 +12,8 @@ foreach(path IN LISTS MODULES)
    endif()
    string(REGEX REPLACE "(................................)" "\\1\n" bytes "${bytes}")
    string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${bytes}")
-   string(APPEND arrays "const unsigned char kText${index}[] = {\n${bytes}};\n")
-   string(APPEND rows "   {\"${name}\", kText${index}, sizeof kText${index}},\n")
+   string(APPEND arrays "const unsigned char kScript${index}[] = {\n${bytes}};\n")
+   string(APPEND rows "   {\"${name}\", kScript${index}, sizeof kScript${index}},\n")
    math(EXPR index "${index} + 1")
 endforeach()
 

@@ -1,5 +1,6 @@
 #include "platform/text_file.h"
 
+#include "platform/text_stream.h"
 #include "platform/windows/text_file_stream.h"
 #include "platform/windows/wide_text.h"
 
@@ -14,6 +15,11 @@ namespace platform {
 
 namespace {
 
+struct FileStream : TextStream
+{
+   FILE* file;
+};
+
 // A device has names in every folder.
 bool isOnDisk(FILE* stream)
 {
@@ -27,16 +33,18 @@ int openTextFile(const char* path, TextFile* file)
    return openStream("", path, file);
 }
 
-bool readLine(TextFile* file, char* line, size_t size)
-{
-   line[0] = '\0';
-   return std::fgets(line, static_cast<int>(size), static_cast<FILE*>(file->stream)) != nullptr;
-}
-
 void closeTextFile(TextFile* file)
 {
-   std::fclose(static_cast<FILE*>(file->stream));
+   auto* const stream = static_cast<FileStream*>(static_cast<TextStream*>(file->stream));
+   std::fclose(stream->file);
+   std::free(stream);
    file->stream = nullptr;
+}
+
+size_t readBlock(TextStream* stream)
+{
+   return std::fread(stream->block, 1, sizeof stream->block,
+                     static_cast<FileStream*>(stream)->file);
 }
 
 int openStream(const char* folder, const char* name, TextFile* file)
@@ -52,7 +60,14 @@ int openStream(const char* folder, const char* name, TextFile* file)
       std::fclose(stream);
       return EACCES;
    }
-   file->stream = stream;
+   auto* const kept = static_cast<FileStream*>(std::malloc(sizeof(FileStream)));
+   if (!kept) {
+      std::fclose(stream);
+      return ENOMEM;
+   }
+   kept->file = stream;
+   kept->next = kept->end = kept->block;
+   file->stream = static_cast<TextStream*>(kept);
    return 0;
 }
 

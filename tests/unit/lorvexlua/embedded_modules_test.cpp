@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -18,9 +19,30 @@ EmbeddedModule module(const char* name, const std::string& text)
    return {name, reinterpret_cast<const unsigned char*>(text.data()), text.size()};
 }
 
+std::string fileText(const std::string& path)
+{
+   std::ifstream file(path);
+   EXPECT_TRUE(file) << path;
+   return {std::istreambuf_iterator<char>(file), {}};
+}
+
 class EmbeddedModules : public testing::Test
 {
 protected:
+   // The function that a text or a chunk gives, with its constants, its lines and its names.
+   std::string dump(const void* data, size_t size, const char* name)
+   {
+      std::string chunk;
+      const auto append = [](lua_State*, const void* piece, size_t length, void* all) {
+         static_cast<std::string*>(all)->append(static_cast<const char*>(piece), length);
+         return 0;
+      };
+      EXPECT_EQ(luaL_loadbuffer(state.L, static_cast<const char*>(data), size, name), 0) << name;
+      EXPECT_EQ(lua_dump(state.L, append, &chunk), 0) << name;
+      lua_pop(state.L, 1);
+      return chunk;
+   }
+
    int add(const std::vector<EmbeddedModule>& modules)
    {
       testing::internal::CaptureStderr();
@@ -43,6 +65,30 @@ TEST_F(EmbeddedModules, TableHoldsTheTwelveModulesInTheirOrder)
                            "commonTerms_kor.lua", "commonTerms_chs.lua", "commonTerms_fra.lua",
                            "commonTerms_deu.lua", "dvxl_defaultAttrTable.lua", "dorvex.lua",
                            "dvxl_utilities.lua", "lorvexlua.lua"));
+}
+
+TEST_F(EmbeddedModules, EachIsCompiledAndTheFunctionThatItsTextGives)
+{
+   for (size_t i = 0; i < lorvexlua_embeddedModuleCount; ++i) {
+      const EmbeddedModule& row = lorvexlua_embeddedModules[i];
+      const std::string name = row.name;
+      const bool isMade = name.starts_with("commonTerms_");
+      const std::string text =
+         fileText((isMade ? ZEROVA_DICTIONARIES_DIR "/" : ZEROVA_SCRIPTS_DIR "/") + name);
+      EXPECT_EQ(row.data[0], LUA_SIGNATURE[0]) << name;
+      EXPECT_TRUE(dump(row.data, row.size, row.name) == dump(text.data(), text.size(), row.name))
+         << name;
+   }
+}
+
+TEST_F(EmbeddedModules, MessagesAndTracebacksNameTheFilesAndLinesOfTheTexts)
+{
+   ASSERT_EQ(lorvexlua_addEmbeddedModules(state.L), 0);
+   const std::string trace = state.run(R"(
+      local json = require('json')
+      return select(2, xpcall(function() json.decode('{') end, debug.traceback)))");
+   EXPECT_THAT(trace, testing::HasSubstr("[string \"json.lua\"]:"));
+   EXPECT_THAT(trace, testing::HasSubstr("in function 'decode'"));
 }
 
 TEST_F(EmbeddedModules, AllCompileAndNoneRuns)
@@ -116,14 +162,8 @@ TEST_F(EmbeddedModules, LaterRowOfAModuleReplacesTheEarlier)
 
 TEST_F(EmbeddedModules, PrecompiledChunkIsTaken)
 {
-   std::string chunk;
-   const auto append = [](lua_State*, const void* piece, size_t size, void* text) {
-      static_cast<std::string*>(text)->append(static_cast<const char*>(piece), size);
-      return 0;
-   };
-   ASSERT_EQ(luaL_loadstring(state.L, "return 42"), 0);
-   ASSERT_EQ(lua_dump(state.L, append, &chunk), 0);
-   lua_pop(state.L, 1);
+   const std::string text = "return 42";
+   const std::string chunk = dump(text.data(), text.size(), "=one");
    EXPECT_EQ(add({module("one.luac", chunk)}), 0);
    EXPECT_EQ(state.eval("require('one')"), "42");
 }

@@ -230,13 +230,6 @@ protected:
    }
 };
 
-TEST_F(SupportModule, EmbeddedTextIsTheOneOfTheSources)
-{
-   const EmbeddedModule& second = lorvexlua_embeddedModules[1];
-   ASSERT_STREQ(second.name, "util.lua");
-   EXPECT_EQ(std::string(reinterpret_cast<const char*>(second.data), second.size), sourceText());
-}
-
 TEST_F(SupportModule, OffersItsNames)
 {
    EXPECT_EQ(namesOf(sourceText()), kUtilNames);

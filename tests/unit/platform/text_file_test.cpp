@@ -9,6 +9,7 @@
 #include <climits>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <random>
 #include <string>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -90,6 +91,33 @@ TEST(TextFile, LinesOfAnyLengthComeWholeWhereverTheyLieInALargeFile)
       content += lines.back();
    }
    EXPECT_EQ(readLines(folder.write("a.txt", content)), lines);
+}
+
+TEST(TextFile, SkippingStopsAtTheLinesThatReadingWouldFind)
+{
+   constexpr size_t kSize = 8; // pieces of 7
+   std::mt19937 random(2026);
+   const ScratchFolder folder;
+   for (int round = 0; round < 500; ++round) {
+      std::string content(random() % 200, 'x');
+      for (char& byte : content)
+         byte = "<\nxyz"[random() % (round % 2 ? 3 : 5)];
+      if (round % 10 == 0) content.insert(0, std::string(33000, 'x'));
+      const std::string path = folder.write("a.txt", content);
+      std::vector<std::string> expected = readLines(path, kSize);
+      std::erase_if(expected, [](const std::string& line) { return line[0] != '<'; });
+
+      platform::TextFile file{};
+      ASSERT_EQ(platform::openTextFile(path.c_str(), &file), 0);
+      std::vector<std::string> found;
+      char line[kSize];
+      while (platform::skipLines(&file, '<', kSize) && platform::readLine(&file, line, kSize))
+         found.emplace_back(line);
+      EXPECT_FALSE(platform::readLine(&file, line, kSize)) << "something was left";
+      platform::closeTextFile(&file);
+
+      ASSERT_EQ(found, expected) << content;
+   }
 }
 
 TEST(TextFile, AnEmptyFileHasNoLines)

@@ -1,0 +1,22 @@
+// What is behind an open text file on every system: a block of what was read ahead of the lines.
+#ifndef PLATFORM_TEXT_STREAM_H
+#define PLATFORM_TEXT_STREAM_H
+
+#include <cstddef>
+
+namespace platform {
+
+struct TextStream
+{
+   const char* next; // what is left of block
+   const char* end;
+   char block[32 * 1024];
+};
+
+// Reads further text into the block of a stream that the system has made. Returns the number of
+// bytes, 0 at the end of the file and if the system fails.
+size_t readBlock(TextStream* stream);
+
+} // namespace platform
+
+#endif
