@@ -21,7 +21,7 @@ set(folders "${CMAKE_INSTALL_LIBDIR}" "${CMAKE_INSTALL_INCLUDEDIR}" "${ZEROVA_IN
    "${CMAKE_INSTALL_MANDIR}/man7" "${packages_dir}" "${pkgconfig_dir}" "${CMAKE_INSTALL_DOCDIR}" "${tmpfiles_dir}"
    "${ZEROVA_INSTALL_PROGRAMSDIR}")
 if(WIN32)
-   list(REMOVE_ITEM folders "${CMAKE_INSTALL_MANDIR}/man7" "${pkgconfig_dir}" "${tmpfiles_dir}")
+   list(FILTER folders EXCLUDE REGEX "/(man[0-9]|pkgconfig|tmpfiles[.]d)$")
    list(APPEND folders "${CMAKE_INSTALL_BINDIR}")
 elseif(NOT ZEROVA_BUILD_EXAMPLES)
    list(REMOVE_ITEM folders "${ZEROVA_INSTALL_PROGRAMSDIR}")
@@ -43,29 +43,6 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/zerovaapiConfigVersion.c
 install(FILES cmake/zerovaapiConfig.cmake "${PROJECT_BINARY_DIR}/zerovaapiConfigVersion.cmake"
    DESTINATION "${packages_dir}" COMPONENT development)
 
-if(TARGET zerova_notices)
-   install(FILES "${PROJECT_BINARY_DIR}/third-party.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
-endif()
-
-# As they stand in the sources, for the links from one to another.
-install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc
-   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE)
-install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc)
-install(DIRECTORY examples/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT doc PATTERN .clang-tidy EXCLUDE)
-
-configure_file(cmake/uninstall.cmake.in "${PROJECT_BINARY_DIR}/uninstall.cmake" @ONLY)
-if(PROJECT_IS_TOP_LEVEL)
-   add_custom_target(uninstall
-      COMMAND "${CMAKE_COMMAND}" -P "${PROJECT_BINARY_DIR}/uninstall.cmake"
-      COMMENT "Removing what was installed"
-      VERBATIM)
-endif()
-
-if(WIN32)
-   include(cmake/ZerovaInstallDll.cmake)
-   return()
-endif()
-
 # zerova_relative_to_prefix(variable folder): the folder as the pkg-config file names it, which is
 # found with the prefix unless it was set to be absolute.
 function(zerova_relative_to_prefix variable folder)
@@ -86,12 +63,19 @@ else()
    set(pc_prefix "\${pcfiledir}/${way_up}")
 endif()
 configure_file(cmake/zerovaapi.pc.in "${PROJECT_BINARY_DIR}/zerovaapi.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/zerovaapi.pc" DESTINATION "${pkgconfig_dir}" COMPONENT development)
+if(NOT WIN32) # it tells folders that are none there
+   install(FILES "${PROJECT_BINARY_DIR}/zerovaapi.pc" DESTINATION "${pkgconfig_dir}" COMPONENT development)
+endif()
 
 # The folder in which the service listens. A service may bring a file of its own for it: of two that
 # name one folder, the system heeds the one whose name comes first.
 configure_file(packaging/tmpfiles.conf.in "${PROJECT_BINARY_DIR}/zerovaapi.conf" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/zerovaapi.conf" DESTINATION "${tmpfiles_dir}" COMPONENT runtime)
+if(NOT WIN32)
+   install(FILES "${PROJECT_BINARY_DIR}/zerovaapi.conf" DESTINATION "${tmpfiles_dir}" COMPONENT runtime)
+endif()
+if(TARGET zerova_notices)
+   install(FILES "${PROJECT_BINARY_DIR}/third-party.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
+endif()
 
 set(man_page "${PROJECT_BINARY_DIR}/zerovaapi.7")
 add_custom_command(OUTPUT "${man_page}"
@@ -101,4 +85,24 @@ add_custom_command(OUTPUT "${man_page}"
    COMMENT "Generating the manual page from the headers"
    VERBATIM)
 add_custom_target(zerova_man ALL DEPENDS "${man_page}")
-install(FILES "${man_page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man7" COMPONENT development)
+if(NOT WIN32)
+   install(FILES "${man_page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man7" COMPONENT development)
+endif()
+
+# As they stand in the sources, for the links from one to another.
+install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc
+   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc)
+install(DIRECTORY examples/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT doc PATTERN .clang-tidy EXCLUDE)
+
+if(WIN32)
+   include(cmake/ZerovaInstallDll.cmake)
+endif()
+
+configure_file(cmake/uninstall.cmake.in "${PROJECT_BINARY_DIR}/uninstall.cmake" @ONLY)
+if(PROJECT_IS_TOP_LEVEL)
+   add_custom_target(uninstall
+      COMMAND "${CMAKE_COMMAND}" -P "${PROJECT_BINARY_DIR}/uninstall.cmake"
+      COMMENT "Removing what was installed"
+      VERBATIM)
+endif()
