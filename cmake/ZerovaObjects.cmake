@@ -17,6 +17,7 @@ function(zerova_link_objects target)
       $<TARGET_PROPERTY:zerovaapi_objects,INTERFACE_INCLUDE_DIRECTORIES>)
    target_link_libraries(${target} PRIVATE
       ${objects} $<TARGET_PROPERTY:zerovaapi_objects,LINK_LIBRARIES>)
+   target_link_options(${target} PRIVATE $<TARGET_PROPERTY:zerovaapi_objects,INTERFACE_LINK_OPTIONS>)
 endfunction()
 
 # zerova_link_interpreter(target)
