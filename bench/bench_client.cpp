@@ -5,13 +5,11 @@
 // (c) the exported function of the built shared library
 #include "bench/canned_service.h"
 #include "bench/exports.h"
+#include "bench/machine.h"
 #include "bench/report.h"
 #include "bench/wire.h"
 #include "transport/client_session.h"
 #include "zerovaapi.h"
-
-#include <malloc.h>
-#include <unistd.h>
 
 #include <functional>
 #include <iterator>
@@ -141,8 +139,8 @@ void measureEndpoint(bench::Report& report, const std::string& endpoint, const s
       host.empty() ? EXPORT(zerovaapi_createSession)(&status)
                    : EXPORT(zerovaapi_createRemoteSession)(host.c_str(), &status);
    requireSuccess(status);
-   const int raw =
-      host.empty() ? bench::connectLocal(ZEROVA_ENDPOINT_DIR) : bench::connectTcp(host, port);
+   bench::Connection raw = host.empty() ? bench::Connection::local(ZEROVA_ENDPOINT_DIR)
+                                        : bench::Connection::tcp(host, port);
    std::vector<char> body;
 
    const auto call = apache::thrift::protocol::T_CALL;
@@ -198,7 +196,6 @@ void measureEndpoint(bench::Report& report, const std::string& endpoint, const s
 
    requireSuccess(status);
    EXPORT(zerovaapi_destroySession)(session);
-   close(raw);
 }
 
 void measureSessionHeap(bench::Report& report)
@@ -209,15 +206,16 @@ void measureSessionHeap(bench::Report& report)
    const auto createSession = EXPORT(zerovaapi_createSession);
    std::vector<zerovaapi_Session> sessions(kSessions);
    EXPORT(zerovaapi_destroySession)(createSession(&status)); // what is made once for the process
-   const size_t before = mallinfo2().uordblks;
+   const auto before = bench::heapBytes();
    for (zerovaapi_Session& session : sessions)
       session = createSession(&status);
-   const size_t after = mallinfo2().uordblks;
+   const auto after = bench::heapBytes();
    requireSuccess(status);
    for (const zerovaapi_Session session : sessions)
       EXPORT(zerovaapi_destroySession)(session);
-   report.figure("heap of a fresh session", static_cast<double>(after - before) / kSessions,
-                 "bytes", bench::atMost(16384));
+   if (before && after)
+      report.figure("heap of a fresh session", static_cast<double>(*after - *before) / kSessions,
+                    "bytes", bench::atMost(16384));
 }
 
 } // namespace
@@ -226,10 +224,7 @@ int main(int argc, char** argv)
 {
    bench::Report report("bench_client", argc, argv);
    bench::pinToCore(kClientCore);
-   // Giving memory back to the system and asking for it again would be most of what a large reply
-   // costs.
-   mallopt(M_TRIM_THRESHOLD, 1 << 28);
-   mallopt(M_MMAP_THRESHOLD, 1 << 28);
+   bench::keepFreedMemory();
    for (const int serviceCore : {0, 1}) {
       const std::string placement = serviceCore == kClientCore ? "one core" : "two cores";
       const bench::CannedService service(ZEROVA_ENDPOINT_DIR, kHost, replies(), serviceCore);

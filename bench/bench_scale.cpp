@@ -2,13 +2,13 @@
 // be, and devices of up to a hundred thousand terminals.
 #include "bench/canned_service.h"
 #include "bench/exports.h"
+#include "bench/machine.h"
 #include "bench/report.h"
 #include "bench/wire.h"
 #include "transport/client_session.h"
 #include "zerovaapi.h"
 
 #include <malloc.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <barrier>
@@ -48,8 +48,7 @@ bench::Replies withVersion(bench::Replies replies)
 
 size_t bytesInUse()
 {
-   const struct mallinfo2 info = mallinfo2();
-   return info.uordblks + info.hblkhd;
+   return bench::heapBytes().value();
 }
 
 // Runs call(n) for each n below kSessions, in kThreads threads that begin together, each thread
@@ -97,9 +96,9 @@ void measureManySessions(bench::Report& report)
                  static_cast<double>(bytesInUse() - before) / kSessions, "bytes",
                  bench::atMost(16384));
 
-   std::vector<int> sockets(kSessions);
-   for (int& socket : sockets)
-      socket = bench::connectLocal(ZEROVA_ENDPOINT_DIR);
+   std::vector<bench::Connection> connections;
+   for (size_t i = 0; i < kSessions; ++i)
+      connections.push_back(bench::Connection::local(ZEROVA_ENDPOINT_DIR));
    std::vector<std::vector<char>> bodies(kSessions);
    std::vector<quelerr_Status> statuses(kSessions, status);
    zerova::APIv1_reserveRoute_args arguments;
@@ -113,7 +112,8 @@ void measureManySessions(bench::Report& report)
             throughput([&](size_t n) { reserveRoute(sessions[n], kTicket, &statuses[n]); }));
       };
       const auto callRaw = [&] {
-         raw.push_back(throughput([&](size_t n) { exchangeRaw(sockets[n], request, bodies[n]); }));
+         raw.push_back(
+            throughput([&](size_t n) { exchangeRaw(connections[n], request, bodies[n]); }));
       };
       if (round % 2 == 0) callOurs();
       callRaw();
@@ -127,8 +127,6 @@ void measureManySessions(bench::Report& report)
                  static_cast<double>(bytesInUse() - before) / kSessions, "bytes", bench::noGoal());
    for (const zerovaapi_Session session : sessions)
       destroySession(session);
-   for (const int socket : sockets)
-      close(socket);
 }
 
 // The most memory that the process has held at once since the last call, in bytes.
@@ -195,7 +193,7 @@ void measureLargestReply(bench::Report& report, size_t count, const std::string&
    const zerovaapi_Session session = EXPORT(zerovaapi_createSession)(&status);
    const auto getDevices = EXPORT(zerovaapi_getRoutableDevices);
    const auto destroyArray = EXPORT(zerovaapi_destroyStringArray);
-   const int socket = bench::connectLocal(ZEROVA_ENDPOINT_DIR);
+   bench::Connection connection = bench::Connection::local(ZEROVA_ENDPOINT_DIR);
    const std::string request =
       framed(message("getRoutableDevices", T_CALL, zerova::APIv1_getRoutableDevices_args()));
    malloc_trim(0); // what making the reply has left
@@ -205,13 +203,12 @@ void measureLargestReply(bench::Report& report, size_t count, const std::string&
    std::vector<char> body;
    const auto [ours, raw] = medians(
       15, [&] { destroyArray(getDevices(session, &status)); },
-      [&] { exchangeRaw(socket, request, body); });
+      [&] { exchangeRaw(connection, request, body); });
    requireSuccess(status);
    report.compare(what + ": exported/raw", ours, raw, "ms", bench::noGoal());
    report.compare(what + ": peak memory/reply", grown / 1e6, kLargestFrame / 1e6, "MB",
                   bench::noGoal());
    EXPORT(zerovaapi_destroySession)(session);
-   close(socket);
    malloc_trim(0);
 }
 
@@ -290,9 +287,7 @@ int main(int argc, char** argv)
    bench::pinToCore(kClientCore);
    measureLargestReply(report, 1, "reply of 16,384,000 bytes, one text");
    measureLargestReply(report, 100'000, "reply of 16,384,000 bytes, 100,000 texts");
-   // Giving memory back to the system and asking for it again is not what grows here.
-   mallopt(M_TRIM_THRESHOLD, 1 << 28);
-   mallopt(M_MMAP_THRESHOLD, 1 << 28);
+   bench::keepFreedMemory();
    measureGrowth(report);
    return report.finish();
 }

@@ -1,10 +1,9 @@
 // What a translator costs over the interpreter that it is made of: to create one, to describe a
 // status with it, to hold it.
+#include "bench/machine.h"
 #include "bench/report.h"
 #include "lorvex_translator.h"
 #include "lorvexlua/lorvexlua.h"
-
-#include <malloc.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -139,8 +138,7 @@ void describePlainly(lua_State* L, const std::string& errJson)
 
 double heapBytes()
 {
-   const struct mallinfo2 info = mallinfo2();
-   return static_cast<double>(info.uordblks + info.hblkhd);
+   return static_cast<double>(bench::heapBytes().value());
 }
 
 constexpr int kHeld = 20;
@@ -181,7 +179,7 @@ int main(int argc, char** argv)
    bench::Report report("bench_translator", argc, argv);
    const std::string errJson = statusOfTwentyRows();
    const Texts texts;
-   reportHeap(report, errJson, texts);
+   if (bench::heapBytes()) reportHeap(report, errJson, texts);
 
    const auto create = [] { createAndDestroy(lorvexlua_embeddedModules); };
    report.compare("create and destroy a translator / one from texts",

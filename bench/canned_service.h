@@ -1,15 +1,16 @@
 // A service that answers each call with bytes made beforehand, so that what is measured is the
 // client.
 //
-// It runs in a process of its own, on a core of its own or on the client's, and serves the local
-// endpoint, a TCP address and that address's locator until the object is destroyed.
+// It serves the local endpoint, a TCP address and that address's locator until the object is
+// destroyed, on a core of its own or on the client's: in a process of its own where the system can
+// copy one, in threads of the client's otherwise.
 #ifndef BENCH_CANNED_SERVICE_H
 #define BENCH_CANNED_SERVICE_H
 
+#include <cstddef>
 #include <map>
+#include <memory>
 #include <string>
-
-#include <sys/types.h>
 
 namespace bench {
 
@@ -27,20 +28,31 @@ public:
    CannedService& operator=(const CannedService&) = delete;
    ~CannedService();
 
-   int port() const { return port_; }
+   int port() const;
 
 private:
-   std::string endpoint_;
-   int port_ = 0;
-   pid_t process_ = -1;
-   int lifeline_ = -1; // the process ends when this closes
+   class Endpoints;
+   std::unique_ptr<Endpoints> endpoints_;
 };
 
-// Connected sockets for exchanging bytes without any of our code.
-int connectLocal(const std::string& endpointFolder);
-int connectTcp(const std::string& host, int port);
+// For exchanging bytes without any of our code. Ends the program when it breaks.
+class Connection
+{
+public:
+   static Connection local(const std::string& endpointFolder);
+   static Connection tcp(const std::string& host, int port);
+   Connection(Connection&&) noexcept;
+   Connection& operator=(Connection&&) = delete;
+   ~Connection();
 
-void pinToCore(int core);
+   void send(const std::string& bytes);
+   void receive(char* bytes, size_t count);
+
+private:
+   class End;
+   explicit Connection(std::unique_ptr<End> end);
+   std::unique_ptr<End> end_;
+};
 
 } // namespace bench
 

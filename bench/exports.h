@@ -2,9 +2,8 @@
 #ifndef BENCH_EXPORTS_H
 #define BENCH_EXPORTS_H
 
+#include "bench/machine.h"
 #include "quelerr_status.h"
-
-#include <dlfcn.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -16,14 +15,13 @@ class Exports
 {
 public:
    Exports()
-      : library_(dlopen(ZEROVA_LIBRARY, RTLD_NOW | RTLD_LOCAL))
+      : library_(openLibrary(ZEROVA_LIBRARY))
    {
-      if (!library_) fail(dlerror());
    }
    template <typename Function>
    Function* get(Function*, const char* name) const
    {
-      void* const address = dlsym(library_, name);
+      void* const address = findFunction(library_, name);
       if (!address) fail(name);
       return reinterpret_cast<Function*>(address);
    }

@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstddef>
-#include <ctime>
 
 namespace bench {
 
@@ -35,13 +34,6 @@ double now()
 {
    const auto time = std::chrono::steady_clock::now().time_since_epoch();
    return static_cast<double>(std::chrono::nanoseconds(time).count());
-}
-
-double processorTime()
-{
-   timespec time{};
-   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-   return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
 }
 
 } // namespace bench

@@ -27,7 +27,7 @@ double median(std::vector<double> samples);
 double now();
 
 // Nanoseconds of processor time of this thread, for what only computes: what else runs on the machine
-// does not count.
+// does not count. Where the system does not tell it finely enough, as now().
 double processorTime();
 
 // What one of repeats calls takes, in microseconds by the clock, for each of the rounds. Each side

@@ -2,14 +2,12 @@
 #ifndef BENCH_WIRE_H
 #define BENCH_WIRE_H
 
+#include "bench/canned_service.h"
+
 #include <thrift/protocol/TBinaryProtocol.h>
 #include <thrift/transport/TBufferTransports.h>
 
-#include <arpa/inet.h>
-#include <sys/socket.h>
-
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -29,26 +27,44 @@ std::string message(const char* name, apache::thrift::protocol::TMessageType typ
    return buffer->getBufferAsString();
 }
 
-inline std::string framed(const std::string& body)
+// A length as it stands in front of a frame.
+inline std::string lengthBytes(size_t length)
 {
-   const uint32_t length = htonl(static_cast<uint32_t>(body.size()));
-   return std::string(reinterpret_cast<const char*>(&length), sizeof length) + body;
+   std::string bytes;
+   for (int shift = 24; shift >= 0; shift -= 8)
+      bytes += static_cast<char>(length >> shift & 0xFF);
+   return bytes;
 }
 
-// Sends a request and receives its reply into body, which grows to the largest. Ends the program
-// when the connection breaks.
-inline void exchangeRaw(int socket, const std::string& framedRequest, std::vector<char>& body)
+inline size_t lengthOf(const char* bytes)
 {
-   if (send(socket, framedRequest.data(), framedRequest.size(), MSG_NOSIGNAL) < 0) std::exit(1);
-   uint32_t length = 0;
-   if (recv(socket, &length, sizeof length, MSG_WAITALL) != sizeof length) std::exit(1);
-   const size_t size = ntohl(length);
+   size_t length = 0;
+   for (int i = 0; i < 4; ++i)
+      length = length << 8 | static_cast<unsigned char>(bytes[i]);
+   return length;
+}
+
+// The method that a request is to be sent to, from the body of its frame.
+inline std::string methodOf(const std::vector<char>& body)
+{
+   return {body.data() + 8, lengthOf(body.data() + 4)};
+}
+
+inline std::string framed(const std::string& body)
+{
+   return lengthBytes(body.size()) + body;
+}
+
+// Sends a request and receives its reply into body, which grows to the largest.
+inline void exchangeRaw(Connection& connection, const std::string& framedRequest,
+                        std::vector<char>& body)
+{
+   connection.send(framedRequest);
+   char length[4];
+   connection.receive(length, sizeof length);
+   const size_t size = lengthOf(length);
    if (body.size() < size) body.resize(size);
-   for (size_t have = 0; have < size;) {
-      const ssize_t count = recv(socket, body.data() + have, size - have, 0);
-      if (count <= 0) std::exit(1);
-      have += static_cast<size_t>(count);
-   }
+   connection.receive(body.data(), size);
 }
 
 } // namespace bench

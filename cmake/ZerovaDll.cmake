@@ -8,8 +8,15 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}")
 set_target_properties(zerovaapi PROPERTIES
    RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}" ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}")
 
-# Without symbols; the map has them.
-target_link_options(zerovaapi PRIVATE -s "LINKER:-Map=${PROJECT_BINARY_DIR}/zerovaapi.map")
+# Without symbols, which the map has, and without the time: one source gives the same bytes again.
+target_link_options(zerovaapi PRIVATE LINKER:--no-insert-timestamp)
+set(symbol_map "${PROJECT_BINARY_DIR}/zerovaapi.map")
+add_custom_command(TARGET zerovaapi POST_BUILD
+   COMMAND Python3::Interpreter -B "${PROJECT_SOURCE_DIR}/cmake/symbol_map.py" "${CMAKE_NM}"
+      $<TARGET_FILE:zerovaapi> "${symbol_map}"
+   COMMAND "${CMAKE_STRIP}" --strip-all --preserve-dates $<TARGET_FILE:zerovaapi>
+   BYPRODUCTS "${symbol_map}"
+   VERBATIM)
 
 # libzerovaapi.dll.a comes with the library; other compilers' linkers take this one.
 find_program(LLVM_DLLTOOL NAMES llvm-dlltool llvm-dlltool-14 REQUIRED)

@@ -8,6 +8,10 @@ set(ZEROVA_INSTALL_TEXTSDIR "${CMAKE_INSTALL_DATADIR}/zerovaapi/texts" CACHE STR
 set(packages_dir "${CMAKE_INSTALL_LIBDIR}/cmake/zerovaapi")
 set(pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 set(ZEROVA_INSTALL_PROGRAMSDIR "${CMAKE_INSTALL_LIBDIR}/zerovaapi/examples")
+if(WIN32)
+   # Where programs look for a DLL.
+   set(ZEROVA_INSTALL_PROGRAMSDIR "${CMAKE_INSTALL_BINDIR}")
+endif()
 # Not the architecture's: the system reads it here alone.
 set(tmpfiles_dir "lib/tmpfiles.d")
 
@@ -16,13 +20,18 @@ set(tmpfiles_dir "lib/tmpfiles.d")
 set(folders "${CMAKE_INSTALL_LIBDIR}" "${CMAKE_INSTALL_INCLUDEDIR}" "${ZEROVA_INSTALL_TEXTSDIR}"
    "${CMAKE_INSTALL_MANDIR}/man3" "${CMAKE_INSTALL_MANDIR}/man7" "${packages_dir}" "${pkgconfig_dir}" "${CMAKE_INSTALL_DOCDIR}" "${tmpfiles_dir}"
    "${ZEROVA_INSTALL_PROGRAMSDIR}")
-if(NOT ZEROVA_BUILD_EXAMPLES)
+if(WIN32)
+   list(FILTER folders EXCLUDE REGEX "/(man[0-9]|pkgconfig|tmpfiles[.]d)$")
+   list(APPEND folders "${CMAKE_INSTALL_BINDIR}")
+elseif(NOT ZEROVA_BUILD_EXAMPLES)
    list(REMOVE_ITEM folders "${ZEROVA_INSTALL_PROGRAMSDIR}")
 endif()
 configure_file(cmake/prepare_install.cmake.in "${PROJECT_BINARY_DIR}/prepare_install.cmake" @ONLY)
 install(SCRIPT "${PROJECT_BINARY_DIR}/prepare_install.cmake" ALL_COMPONENTS)
 
 install(TARGETS zerovaapi EXPORT zerovaapiTargets
+   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime
+   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development
    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
    INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 install(FILES include/zerovaapi.h include/zerovaapi.hpp include/quelerr_status.h include/lorvex_translator.h
@@ -54,12 +63,16 @@ else()
    set(pc_prefix "\${pcfiledir}/${way_up}")
 endif()
 configure_file(cmake/zerovaapi.pc.in "${PROJECT_BINARY_DIR}/zerovaapi.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/zerovaapi.pc" DESTINATION "${pkgconfig_dir}" COMPONENT development)
+if(NOT WIN32) # it tells folders that are none there
+   install(FILES "${PROJECT_BINARY_DIR}/zerovaapi.pc" DESTINATION "${pkgconfig_dir}" COMPONENT development)
+endif()
 
 # The folder in which the service listens. A service may bring a file of its own for it: of two that
 # name one folder, the system heeds the one whose name comes first.
 configure_file(packaging/tmpfiles.conf.in "${PROJECT_BINARY_DIR}/zerovaapi.conf" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/zerovaapi.conf" DESTINATION "${tmpfiles_dir}" COMPONENT runtime)
+if(NOT WIN32)
+   install(FILES "${PROJECT_BINARY_DIR}/zerovaapi.conf" DESTINATION "${tmpfiles_dir}" COMPONENT runtime)
+endif()
 if(TARGET zerova_notices)
    install(FILES "${PROJECT_BINARY_DIR}/third-party.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
 endif()
@@ -76,13 +89,19 @@ add_custom_command(OUTPUT "${man_pages}/made"
    COMMENT "Generating the manual pages from the headers and the documents"
    VERBATIM)
 add_custom_target(zerova_man ALL DEPENDS "${man_pages}/made")
-install(DIRECTORY "${man_pages}/man3" "${man_pages}/man7" DESTINATION "${CMAKE_INSTALL_MANDIR}" COMPONENT development)
+if(NOT WIN32)
+   install(DIRECTORY "${man_pages}/man3" "${man_pages}/man7" DESTINATION "${CMAKE_INSTALL_MANDIR}" COMPONENT development)
+endif()
 
 # As they stand in the sources, for the links from one to another.
 install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc
    FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE PATTERN book EXCLUDE)
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT doc)
 install(DIRECTORY examples/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT doc PATTERN .clang-tidy EXCLUDE)
+
+if(WIN32)
+   include(cmake/ZerovaInstallDll.cmake)
+endif()
 
 configure_file(cmake/uninstall.cmake.in "${PROJECT_BINARY_DIR}/uninstall.cmake" @ONLY)
 if(PROJECT_IS_TOP_LEVEL)

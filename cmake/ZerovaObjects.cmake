@@ -17,6 +17,7 @@ function(zerova_link_objects target)
       $<TARGET_PROPERTY:zerovaapi_objects,INTERFACE_INCLUDE_DIRECTORIES>)
    target_link_libraries(${target} PRIVATE
       ${objects} $<TARGET_PROPERTY:zerovaapi_objects,LINK_LIBRARIES>)
+   target_link_options(${target} PRIVATE $<TARGET_PROPERTY:zerovaapi_objects,INTERFACE_LINK_OPTIONS>)
 endfunction()
 
 # zerova_link_interpreter(target)
@@ -25,5 +26,5 @@ endfunction()
 function(zerova_link_interpreter target)
    target_link_libraries(${target} PRIVATE zerova_lua)
    target_sources(${target} PRIVATE
-      "$<FILTER:$<TARGET_OBJECTS:zerovaapi_objects>,INCLUDE,/(codec_memory|native_module|number_text|thread_pointer)[.]>")
+      "$<FILTER:$<TARGET_OBJECTS:zerovaapi_objects>,INCLUDE,/(codec_memory|native_module|number_text|script_files|thread_pointer|wide_text)[.]>")
 endfunction()

@@ -1,5 +1,7 @@
 #include "platform/native_module.h"
 
+#include "platform/posix/native_module_calls.h"
+
 #include <dlfcn.h>
 
 namespace {

@@ -8,6 +8,9 @@ import sys
 SYSTEM = {"ADVAPI32.dll", "KERNEL32.dll", "msvcrt.dll", "SHELL32.dll", "WS2_32.dll"}
 MOST_BYTES = 2_000_000
 
+# They take and give names in the system's code page, in which not every file has one.
+NARROW = {"GetModuleFileNameA", "LoadLibraryA", "FindFirstFileA", "SHGetFolderPathA", "fopen", "freopen", "remove", "rename"}
+
 
 def faults(dll, names, objdump):
     told = subprocess.run([objdump, "-p", dll], capture_output=True, text=True, check=True).stdout
@@ -19,6 +22,9 @@ def faults(dll, names, objdump):
     imported = set(re.findall(r"DLL Name: (\S+)", told))
     if not imported or imported - SYSTEM:
         yield f"imported: {sorted(imported)}, of which the system has {sorted(SYSTEM)}"
+    called = set(re.findall(r"^\s+[0-9a-f]+\s+\d+\s+(\w+)$", told, re.M))
+    if "CreateFileA" not in called or called & NARROW:
+        yield f"called, of {len(called)} functions: {sorted(called & NARROW)}"
     size = pathlib.Path(dll).stat().st_size
     if size >= MOST_BYTES:
         yield f"{size} bytes are {MOST_BYTES} or more"

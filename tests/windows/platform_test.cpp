@@ -1,6 +1,5 @@
 // What the layer of this system gives the logic.
 #include "platform/clock.h"
-#include "platform/code_page.h"
 #include "platform/directory.h"
 #include "platform/failure_text.h"
 #include "platform/local_pipe.h"
@@ -25,36 +24,8 @@ namespace {
 
 using testing::AnyOf;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::StrEq;
 using testing::UnorderedElementsAre;
-
-std::vector<uint16_t> convert(uint32_t page, const std::string& text)
-{
-   std::vector<uint16_t> units(platform::measureUtf16(page, text.data(), text.size()));
-   EXPECT_EQ(platform::convertToUtf16(page, text.data(), text.size(), units.data(), units.size()),
-             units.size());
-   return units;
-}
-
-TEST(CodePage, EachOfTheFourIsKnown)
-{
-   EXPECT_THAT(convert(1252, "\xE9"), ElementsAre(0xE9));
-   EXPECT_THAT(convert(932, "\x83\x47"), ElementsAre(0x30A8));
-   EXPECT_THAT(convert(949, "\xBF\xA1"), ElementsAre(0xC5D0));
-   EXPECT_THAT(convert(936, "\xB4\xED"), ElementsAre(0x9519));
-}
-
-TEST(CodePage, TextThatThePageDoesNotKnowIsRefused)
-{
-   EXPECT_THAT(convert(932, "a\x83"), IsEmpty());
-   EXPECT_THAT(convert(949, "\xC9\x20"), IsEmpty());
-}
-
-TEST(CodePage, SystemsOwnIsTaken)
-{
-   EXPECT_THAT(convert(platform::kSystemCodePage, "abc"), ElementsAre('a', 'b', 'c'));
-}
 
 TEST(FailureText, SystemsNumbersAndThoseOfErrnoAreTwoThings)
 {

@@ -4,6 +4,7 @@
 #include "lorvex_translator.h"
 #include "service/checked_status.h"
 #include "service/wire_bytes.h"
+#include "windows/own_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -32,64 +33,17 @@ using testing::HasSubstr;
 
 namespace fs = std::filesystem;
 
-// The folder of the program, which is that of the build.
-fs::path ownFolder()
-{
-   wchar_t path[MAX_PATH];
-   const DWORD length = GetModuleFileNameW(nullptr, path, MAX_PATH);
-   return fs::path(std::wstring(path, length)).parent_path();
-}
-
-std::string utf8(const fs::path& path)
-{
-   const std::u8string text = path.generic_u8string();
-   return {text.begin(), text.end()};
-}
-
-// A folder of the test's own, gone with it.
-class OwnFolder
-{
-public:
-   explicit OwnFolder(const fs::path& name)
-      : path_(ownFolder() / name)
-   {
-      fs::remove_all(path_);
-      fs::create_directories(path_);
-   }
-   ~OwnFolder()
-   {
-      std::error_code ignored;
-      fs::remove_all(path_, ignored);
-   }
-   OwnFolder(const OwnFolder&) = delete;
-   OwnFolder& operator=(const OwnFolder&) = delete;
-
-   const fs::path& path() const { return path_; }
-
-   void write(const fs::path& name, const std::string& content) const
-   {
-      fs::create_directories((path_ / name).parent_path());
-      std::ofstream file(path_ / name, std::ios::binary);
-      file << content;
-      ASSERT_TRUE(file.flush()) << utf8(name);
-   }
-
-private:
-   fs::path path_;
-};
-
 // The value that an installer writes, in the view of 32-bit programs alone.
 class InstalledFolder
 {
 public:
-   explicit InstalledFolder(const std::wstring& folder)
+   explicit InstalledFolder(const std::wstring& folder, DWORD type = REG_SZ, size_t terminators = 1)
    {
       EXPECT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, nullptr, 0,
                                 KEY_ALL_ACCESS | KEY_WOW64_32KEY, nullptr, &key_, nullptr),
                 ERROR_SUCCESS);
-      EXPECT_EQ(RegSetValueExW(key_, kValue, 0, REG_SZ,
-                               reinterpret_cast<const BYTE*>(folder.c_str()),
-                               static_cast<DWORD>((folder.size() + 1) * sizeof(wchar_t))),
+      EXPECT_EQ(RegSetValueExW(key_, kValue, 0, type, reinterpret_cast<const BYTE*>(folder.c_str()),
+                               static_cast<DWORD>((folder.size() + terminators) * sizeof(wchar_t))),
                 ERROR_SUCCESS);
    }
    ~InstalledFolder()
@@ -348,6 +302,51 @@ TEST(Translator, FolderOfTheRegistryMayHaveAJapaneseName)
    Translator translator("$_trvShared32Dir/Errors");
    EXPECT_EQ(translator.describe(-99001, lorvex_languageJapanese), "\u65E5\u672C");
    EXPECT_EQ(translator.describe(-99002, lorvex_languageEnglish), "caf\u00E9");
+}
+
+TEST(Translator, ValueOfTheRegistryMayBeOfAnyTypeAndLengthAndWithoutATerminator)
+{
+   const OwnFolder shared(L"shared");
+   shared.write("Errors/English/a.err", errorFile(-99001, "found"));
+   const std::wstring folder = shared.path().wstring();
+   const std::wstring blanks(300, L' ');
+   struct Case
+   {
+      std::wstring value;
+      DWORD type;
+      size_t terminators;
+   };
+   for (const Case& c :
+        {Case{folder, REG_SZ, 0}, Case{folder, REG_BINARY, 0}, Case{folder, REG_EXPAND_SZ, 1},
+         Case{blanks + folder + L"\\", REG_SZ, 1}, Case{folder + blanks, REG_BINARY, 0}})
+   {
+      const InstalledFolder installed(c.value, c.type, c.terminators);
+      Translator translator("$_trvShared32Dir/Errors");
+      EXPECT_EQ(translator.describe(-99001, lorvex_languageEnglish), "found")
+         << c.type << ' ' << c.value.size();
+   }
+}
+
+// A key of the user's own stands for the machine's, for this process alone.
+TEST(Translator, RegistryMayBeASandboxOfTheHosts)
+{
+   const OwnFolder shared(L"shared");
+   shared.write("Errors/English/a.err", errorFile(-99001, "found"));
+   constexpr const wchar_t* kSandbox = L"SOFTWARE\\ZerovaSandbox";
+   HKEY sandbox = nullptr;
+   ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kSandbox, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                             &sandbox, nullptr),
+             ERROR_SUCCESS);
+   ASSERT_EQ(RegOverridePredefKey(HKEY_LOCAL_MACHINE, sandbox), ERROR_SUCCESS);
+   {
+      const InstalledFolder installed(shared.path().wstring());
+      Translator translator("$_trvShared32Dir/Errors");
+      EXPECT_EQ(translator.describe(-99001, lorvex_languageEnglish), "found");
+   }
+   EXPECT_EQ(RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr), ERROR_SUCCESS);
+   EXPECT_EQ(RegDeleteTreeW(sandbox, nullptr), ERROR_SUCCESS);
+   RegCloseKey(sandbox);
+   RegDeleteKeyW(HKEY_CURRENT_USER, kSandbox);
 }
 
 TEST(Translator, NumbersAreWrittenAsOnAnySystem)

@@ -1,10 +1,11 @@
 #include "bench/canned_service.h"
+#include "bench/machine.h"
+#include "bench/wire.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
-#include <sched.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -98,12 +99,10 @@ void serve(int socket, const Replies& framedReplies)
    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on,
               sizeof on); // fails on a local socket, as it may
    std::vector<char> body;
-   for (uint32_t length = 0; receiveAll(socket, reinterpret_cast<char*>(&length), sizeof length);) {
-      body.resize(ntohl(length));
+   for (char length[4]; receiveAll(socket, length, sizeof length);) {
+      body.resize(lengthOf(length));
       if (!receiveAll(socket, body.data(), body.size())) break;
-      uint32_t nameLength = 0;
-      std::memcpy(&nameLength, body.data() + 4, sizeof nameLength);
-      const auto reply = framedReplies.find(std::string(body.data() + 8, ntohl(nameLength)));
+      const auto reply = framedReplies.find(methodOf(body));
       if (reply == framedReplies.end() || !sendAll(socket, reply->second)) break;
    }
    close(socket);
@@ -136,71 +135,118 @@ void answerLocator(int socket, int port)
 
 } // namespace
 
+class CannedService::Endpoints
+{
+public:
+   Endpoints(const std::string& endpointFolder, const std::string& host, const Replies& replies,
+             int core)
+      : endpoint_(endpointFolder + "/com.zerova")
+   {
+      mkdir(endpointFolder.c_str(), 0777);
+      const int local = listenOn(localAddress(endpoint_), endpoint_.c_str());
+      const int tcp = listenOn(tcpAddress(host, 0), "TCP endpoint");
+      const int locator = listenOn(tcpAddress(host, kLocatorPort), "locator");
+      port_ = portOf(tcp);
+      int pipeEnds[2];
+      if (pipe(pipeEnds) != 0) fail("pipe");
+
+      Replies whole;
+      for (const auto& [name, body] : replies)
+         whole[name] = framed(body);
+
+      process_ = fork();
+      if (process_ < 0) fail("fork");
+      if (process_ == 0) {
+         ::close(pipeEnds[1]);
+         if (core >= 0) pinToCore(core);
+         run(local, tcp, locator, pipeEnds[0], whole);
+      }
+      for (const int descriptor : {local, tcp, locator, pipeEnds[0]})
+         ::close(descriptor);
+      lifeline_ = pipeEnds[1];
+   }
+   ~Endpoints()
+   {
+      ::close(lifeline_);
+      waitpid(process_, nullptr, 0);
+      unlink(endpoint_.c_str());
+      rmdir(endpoint_.substr(0, endpoint_.rfind('/')).c_str());
+   }
+   Endpoints(const Endpoints&) = delete;
+   Endpoints& operator=(const Endpoints&) = delete;
+
+   int port() const { return port_; }
+
+private:
+   std::string endpoint_;
+   int port_ = 0;
+   pid_t process_ = -1;
+   int lifeline_ = -1; // the process ends when this closes
+};
+
 CannedService::CannedService(const std::string& endpointFolder, const std::string& host,
                              const Replies& replies, int core)
-   : endpoint_(endpointFolder + "/com.zerova")
+   : endpoints_(std::make_unique<Endpoints>(endpointFolder, host, replies, core))
 {
-   mkdir(endpointFolder.c_str(), 0777);
-   const int local = listenOn(localAddress(endpoint_), endpoint_.c_str());
-   const int tcp = listenOn(tcpAddress(host, 0), "TCP endpoint");
-   const int locator = listenOn(tcpAddress(host, kLocatorPort), "locator");
-   port_ = portOf(tcp);
-   int pipeEnds[2];
-   if (pipe(pipeEnds) != 0) fail("pipe");
+}
 
-   Replies framed;
-   for (const auto& [name, body] : replies) {
-      const uint32_t length = htonl(static_cast<uint32_t>(body.size()));
-      framed[name].assign(reinterpret_cast<const char*>(&length), sizeof length);
-      framed[name] += body;
+CannedService::~CannedService() = default;
+
+int CannedService::port() const
+{
+   return endpoints_->port();
+}
+
+class Connection::End
+{
+public:
+   template <typename Address>
+   End(const Address& address, const char* what)
+      : socket(::socket(reinterpret_cast<const sockaddr*>(&address)->sa_family,
+                        SOCK_STREAM | SOCK_CLOEXEC, 0))
+   {
+      if (connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+         fail(what);
    }
+   ~End() { ::close(socket); }
+   End(const End&) = delete;
+   End& operator=(const End&) = delete;
 
-   process_ = fork();
-   if (process_ < 0) fail("fork");
-   if (process_ == 0) {
-      close(pipeEnds[1]);
-      if (core >= 0) pinToCore(core);
-      run(local, tcp, locator, pipeEnds[0], framed);
-   }
-   for (const int descriptor : {local, tcp, locator, pipeEnds[0]})
-      close(descriptor);
-   lifeline_ = pipeEnds[1];
+   const int socket;
+};
+
+Connection::Connection(std::unique_ptr<End> end)
+   : end_(std::move(end))
+{
 }
 
-CannedService::~CannedService()
+Connection::Connection(Connection&&) noexcept = default;
+
+Connection::~Connection() = default;
+
+Connection Connection::local(const std::string& endpointFolder)
 {
-   close(lifeline_);
-   waitpid(process_, nullptr, 0);
-   unlink(endpoint_.c_str());
-   rmdir(endpoint_.substr(0, endpoint_.rfind('/')).c_str());
+   return Connection(std::make_unique<End>(localAddress(endpointFolder + "/com.zerova"),
+                                           "connect to the local endpoint"));
 }
 
-int connectLocal(const std::string& endpointFolder)
+Connection Connection::tcp(const std::string& host, int port)
 {
-   const sockaddr_un address = localAddress(endpointFolder + "/com.zerova");
-   const int client = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-   if (connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-      fail("connect to the local endpoint");
-   return client;
-}
-
-int connectTcp(const std::string& host, int port)
-{
-   const sockaddr_in address = tcpAddress(host, static_cast<uint16_t>(port));
-   const int client = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-   if (connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-      fail("connect to the TCP endpoint");
+   auto end = std::make_unique<End>(tcpAddress(host, static_cast<uint16_t>(port)),
+                                    "connect to the TCP endpoint");
    const int on = 1;
-   setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-   return client;
+   setsockopt(end->socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+   return Connection(std::move(end));
 }
 
-void pinToCore(int core)
+void Connection::send(const std::string& bytes)
 {
-   cpu_set_t set;
-   CPU_ZERO(&set);
-   CPU_SET(static_cast<size_t>(core), &set);
-   if (sched_setaffinity(0, sizeof set, &set) != 0) fail("pinning to a core");
+   if (::send(end_->socket, bytes.data(), bytes.size(), MSG_NOSIGNAL) < 0) fail("send");
+}
+
+void Connection::receive(char* bytes, size_t count)
+{
+   if (!receiveAll(end_->socket, bytes, count)) fail("receive");
 }
 
 } // namespace bench
