@@ -40,6 +40,9 @@ target_precompile_headers(zerova_test_headers PRIVATE
 function(zerova_add_test name)
    cmake_parse_arguments(ARG "EXPORTS;LOADS_LIBRARY;LOCAL_ENDPOINT;REGISTRY" ""
       "SOURCES;REPLACES;LIBRARIES" ${ARGN})
+   if(WIN32)
+      list(FILTER ARG_SOURCES EXCLUDE REGEX "^posix/")
+   endif()
    add_executable(${name} ${ARG_SOURCES})
    target_link_libraries(${name} PRIVATE
       zerova_flags zerova_folders zerova_system ${ARG_LIBRARIES} zerova_test_system GTest::gmock GTest::gtest_main)

@@ -12,6 +12,7 @@
 #include <exception>
 
 #include <cxxabi.h>
+#include <unwind.h>
 #include <windows.h>
 
 extern "C" {
@@ -23,8 +24,10 @@ extern char _tls_start[];
 
 namespace {
 
-// What lies before an exception, which the runtime fills; at least as large as it is there.
-constexpr std::size_t kHeadBytes = 128;
+// What lies before an exception, which the runtime fills: the unwinder's part behind ten words of
+// its own and the count of references.
+constexpr std::size_t kHeadBytes = 2 * 8 + 10 * 8 + sizeof(_Unwind_Exception);
+static_assert(kHeadBytes == 160);
 
 constexpr std::size_t kReservedBytes = 640;
 struct Reserved
