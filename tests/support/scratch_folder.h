@@ -1,11 +1,12 @@
 #ifndef TESTS_SUPPORT_SCRATCH_FOLDER_H
 #define TESTS_SUPPORT_SCRATCH_FOLDER_H
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 // A folder of its own in the system's temporary folder, gone with all it holds at the end of the
 // test.
@@ -13,9 +14,13 @@ class ScratchFolder
 {
 public:
    ScratchFolder()
-      : path_((std::filesystem::temp_directory_path() / "zerova-XXXXXX").string())
    {
-      if (!mkdtemp(path_.data())) throw std::runtime_error("cannot make the folder " + path_);
+      std::random_device random;
+      do
+         path_ = (std::filesystem::temp_directory_path() / ("zerova-" + std::to_string(random())))
+                    .generic_string();
+      while (!std::filesystem::create_directory(path_));
+      std::filesystem::permissions(path_, std::filesystem::perms::owner_all);
    }
    ~ScratchFolder()
    {

@@ -1,0 +1,11 @@
+#include "support/open_descriptors.h"
+
+#include <filesystem>
+#include <iterator>
+
+// The one that counting needs is in it, always.
+size_t openDescriptors()
+{
+   const std::filesystem::directory_iterator listing("/proc/self/fd");
+   return static_cast<size_t>(std::distance(begin(listing), end(listing)));
+}
