@@ -19,6 +19,9 @@ public:
       of32Bit
    };
 
+   // What a reading gives behind the text: the terminator that a registry keeps.
+   static const std::u16string_view kEndOfText;
+
    SettingsTree() = default;
    SettingsTree(const SettingsTree&) = delete;
    SettingsTree& operator=(const SettingsTree&) = delete;

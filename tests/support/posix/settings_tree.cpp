@@ -14,6 +14,8 @@ namespace {
 
 } // namespace
 
+const std::u16string_view SettingsTree::kEndOfText;
+
 SettingsTree::~SettingsTree()
 {
    std::error_code ignored; // what the test has removed itself is gone already

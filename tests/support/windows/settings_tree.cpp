@@ -7,6 +7,11 @@
 
 namespace {
 
+std::filesystem::path fromUtf8(std::string_view text)
+{
+   return std::u8string(text.begin(), text.end());
+}
+
 REGSAM accessTo(SettingsTree::View view)
 {
    return KEY_ALL_ACCESS | (view == SettingsTree::View::native ? KEY_WOW64_64KEY : KEY_WOW64_32KEY);
@@ -43,6 +48,8 @@ private:
 
 } // namespace
 
+const std::u16string_view SettingsTree::kEndOfText(u"\0", 1);
+
 // A key goes with its values, and only when no others are below it.
 SettingsTree::~SettingsTree()
 {
@@ -57,7 +64,7 @@ SettingsTree::~SettingsTree()
 std::filesystem::path SettingsTree::addKey(View view, std::string_view key)
 {
    std::filesystem::path soFar;
-   for (const auto& name : std::filesystem::path(key)) {
+   for (const auto& name : fromUtf8(key)) {
       soFar = (soFar / name).make_preferred();
       if (Key(view, soFar).isNew()) made_.push_back({view, soFar, {}});
    }
@@ -70,9 +77,9 @@ std::filesystem::path SettingsTree::addValue(View view, std::string_view key, st
 {
    const std::filesystem::path path = addKey(view, key);
    if (content.ends_with('\n')) content.remove_suffix(1);
-   const std::filesystem::path value = name;
+   const std::filesystem::path value = fromUtf8(name);
    made_.push_back({view, path, value});
-   const std::wstring text = std::filesystem::path(content).wstring();
+   const std::wstring text = fromUtf8(content).wstring();
    const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof text[0]);
    Key::check(RegSetValueExW(Key(view, path).get(), value.c_str(), 0, REG_SZ,
                              reinterpret_cast<const BYTE*>(text.c_str()), bytes),

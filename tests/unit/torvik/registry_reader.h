@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -34,7 +35,16 @@ protected:
       tree.addValue(View::native, kKey, "Value", content);
       read(kSubKey, u"Value");
       EXPECT_EQ(status.code, 0) << status.text();
-      return unitsOf(value);
+      return text();
+   }
+
+   // The value without what ends a text; it must be there.
+   std::u16string text() const
+   {
+      std::u16string units = unitsOf(value);
+      EXPECT_TRUE(units.ends_with(SettingsTree::kEndOfText));
+      units.resize(units.size() - std::min(units.size(), SettingsTree::kEndOfText.size()));
+      return units;
    }
 
    SettingsTree tree;

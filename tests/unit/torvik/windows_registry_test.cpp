@@ -25,9 +25,9 @@ TEST_F(WindowsRegistry, MissingKeyIsResourceNotFoundWithItsWholeDocument)
    EXPECT_EQ(status.code, -52006);
    EXPECT_THAT(status.text(), StartsWith(R"({"error_constant":"tamrixerr_resourceNotFound",)"
                                          R"("file":"torvik/windowsRegistry","line":)"));
-   EXPECT_THAT(status.text(), EndsWith(R"(,"component":"zerovaapi",)"
-                                       R"("internal_error":{"api":"win32","code":2,)"
-                                       R"("string":"No such file or directory"},)"
+   EXPECT_THAT(status.text(), HasSubstr(R"(,"component":"zerovaapi",)"
+                                        R"("internal_error":{"api":"win32","code":2,"string":")"));
+   EXPECT_THAT(status.text(), EndsWith(R"("},)"
                                        R"("torvik_debug":{"desc":"RegOpenKeyEx failed"}})"));
 }
 
@@ -92,9 +92,9 @@ TEST_F(WindowsRegistry, ViewsAreTreesOfTheirOwn)
    tree.addValue(View::native, kKey, "Value", "native");
    tree.addValue(View::of32Bit, kKey, "Value", "of 32 bits");
    read(kSubKey, u"Value", kNativeView);
-   EXPECT_EQ(unitsOf(value), u"native");
+   EXPECT_EQ(text(), u"native");
    read(kSubKey, u"Value", k32BitView);
-   EXPECT_EQ(unitsOf(value), u"of 32 bits");
+   EXPECT_EQ(text(), u"of 32 bits");
 }
 
 TEST_F(WindowsRegistry, ValueOfOneViewIsNotInTheOther)
@@ -110,7 +110,7 @@ TEST_F(WindowsRegistry, NamesAreFoundWithoutRegardToCase)
    tree.addValue(View::native, kKey, "M\xC3\xA9lange", "found");
    read(u"software\\TORVIKtest\\kEY", u"MéLANGE");
    EXPECT_EQ(status.code, 0) << status.text();
-   EXPECT_EQ(unitsOf(value), u"found");
+   EXPECT_EQ(text(), u"found");
 }
 
 TEST_F(WindowsRegistry, KeyAndValueOfOneNameDoNotHideEachOther)
@@ -118,9 +118,9 @@ TEST_F(WindowsRegistry, KeyAndValueOfOneNameDoNotHideEachOther)
    tree.addValue(View::native, "SOFTWARE/TorvikTest/Name", "Inner", "inner");
    tree.addValue(View::native, "SOFTWARE/TorvikTest", "NAME", "outer");
    read(u"SOFTWARE\\TorvikTest", u"name");
-   EXPECT_EQ(unitsOf(value), u"outer");
+   EXPECT_EQ(text(), u"outer");
    read(u"SOFTWARE\\TorvikTest\\name", u"Inner");
-   EXPECT_EQ(unitsOf(value), u"inner");
+   EXPECT_EQ(text(), u"inner");
 }
 
 TEST_F(WindowsRegistry, NameLongerThanAnyFileNameIsNotFound)

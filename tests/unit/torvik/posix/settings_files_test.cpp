@@ -75,11 +75,11 @@ TEST_F(SettingsFiles, NameSpelledAsAskedWinsOverOthers)
    tree.addValue(View::native, kKey, "value", "lower");
    tree.addValue(View::native, kKey, "Value", "mixed");
    read(kSubKey, u"value");
-   EXPECT_EQ(unitsOf(value), u"lower");
+   EXPECT_EQ(text(), u"lower");
    read(kSubKey, u"Value");
-   EXPECT_EQ(unitsOf(value), u"mixed");
+   EXPECT_EQ(text(), u"mixed");
    read(kSubKey, u"vALUE");
-   EXPECT_EQ(unitsOf(value), u"upper") << "the first by its bytes";
+   EXPECT_EQ(text(), u"upper") << "the first by its bytes";
 }
 
 TEST_F(SettingsFiles, ValueThatIsALinkToAFileIsRead)
@@ -89,7 +89,7 @@ TEST_F(SettingsFiles, ValueThatIsALinkToAFileIsRead)
    tree.adopt(link);
    std::filesystem::create_symlink(target, link);
    read(kSubKey, u"Link");
-   EXPECT_EQ(unitsOf(value), u"linked");
+   EXPECT_EQ(text(), u"linked");
 }
 
 TEST_F(SettingsFiles, WhatIsNoFileIsNoValueAndIsNeverOpened)
@@ -164,7 +164,7 @@ TEST_F(SettingsFiles, LongestFileNameIsFound)
 {
    tree.addValue(View::native, kKey, std::string(255, 'n'), "text");
    read(kSubKey, std::u16string(255, u'N'));
-   EXPECT_EQ(unitsOf(value), u"text");
+   EXPECT_EQ(text(), u"text");
 }
 
 TEST_F(SettingsFiles, FileOf16MebibytesIsReadAndALargerOneRefused)
