@@ -36,15 +36,16 @@ public:
    // Makes a folder, with those above it, and returns its path.
    std::string makeFolder(const std::string& name) const
    {
-      std::filesystem::create_directories(path(name));
+      std::filesystem::create_directories(fromUtf8(path(name)));
       return path(name);
    }
 
    // Makes a file, with the folders above it, and returns its path.
    std::string write(const std::string& name, const std::string& content) const
    {
-      std::filesystem::create_directories(std::filesystem::path(path(name)).parent_path());
-      std::ofstream file(path(name), std::ios::binary);
+      const std::filesystem::path full = fromUtf8(path(name));
+      std::filesystem::create_directories(full.parent_path());
+      std::ofstream file(full, std::ios::binary);
       file << content;
       file.close();
       if (!file) throw std::runtime_error("cannot write " + path(name));
@@ -52,6 +53,11 @@ public:
    }
 
 private:
+   static std::filesystem::path fromUtf8(const std::string& path)
+   {
+      return std::u8string(path.begin(), path.end());
+   }
+
    std::string path_;
 };
 

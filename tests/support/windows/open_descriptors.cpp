@@ -41,11 +41,24 @@ Query query()
    return reinterpret_cast<Query>(reinterpret_cast<void*>(found));
 }
 
+// Has the system make what it makes once for a process and keeps.
+bool begin()
+{
+   for (const unsigned view : {KEY_WOW64_64KEY + 0U, KEY_WOW64_32KEY + 0U}) {
+      HKEY key = nullptr;
+      if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_READ | view, &key) == ERROR_SUCCESS)
+         RegCloseKey(key);
+   }
+   return true;
+}
+
 } // namespace
 
 size_t openDescriptors()
 {
    static const Query ask = query();
+   static const bool hasBegun = begin();
+   static_cast<void>(hasBegun);
    std::vector<char> bytes(sizeof(Head) + 1024 * sizeof(Row));
    NTSTATUS answer = kTooShort;
    while (answer == kTooShort) {
