@@ -9,8 +9,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -158,8 +156,8 @@ TEST_P(TranslatorWithoutMemory, IsNotMadeWhicheverAllocationFails)
    EXPECT_THAT(told, HasSubstr("ERROR: Failed to load \"dorvex.lua\": not enough memory\n"));
    lorvex_Translator* const next = created();
    next->destroy(next);
-   for (int descriptor = 0; descriptor <= 2; ++descriptor)
-      EXPECT_NE(fcntl(descriptor, F_GETFD), -1) << "closed: " << descriptor;
+   for (int number = 0; number <= 2; ++number)
+      EXPECT_TRUE(isStandardStreamOpen(number)) << "closed: " << number;
 }
 
 void TranslatorWithoutMemory::failEachAllocation(const Operation& operation) const

@@ -9,6 +9,9 @@
 // Their number.
 size_t openDescriptors();
 
+// Of the three that a program begins with, counted from 0.
+bool isStandardStreamOpen(int number);
+
 // Whether there are no more than count, once the servers in other threads have closed theirs.
 inline bool descriptorsComeDownTo(size_t count)
 {

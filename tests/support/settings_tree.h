@@ -35,6 +35,9 @@ public:
    std::filesystem::path addValue(View view, std::string_view key, std::string_view name,
                                   std::string_view content);
 
+   // Takes a value away that addValue has made.
+   static void removeValue(View view, std::string_view key, std::string_view name);
+
    // Notes that the test itself has put something at path, a FIFO or a link, to be removed. Only
    // where settings are files.
    void adopt(const std::filesystem::path& path);

@@ -1,5 +1,6 @@
 #include "support/open_descriptors.h"
 
+#include <fcntl.h>
 #include <filesystem>
 #include <iterator>
 
@@ -8,4 +9,9 @@ size_t openDescriptors()
 {
    const std::filesystem::directory_iterator listing("/proc/self/fd");
    return static_cast<size_t>(std::distance(begin(listing), end(listing)));
+}
+
+bool isStandardStreamOpen(int number)
+{
+   return fcntl(number, F_GETFD) >= 0;
 }

@@ -49,6 +49,13 @@ std::filesystem::path SettingsTree::addValue(View view, std::string_view key, st
    return path;
 }
 
+void SettingsTree::removeValue(View view, std::string_view key, std::string_view name)
+{
+   const std::filesystem::path root =
+      view == View::native ? ZEROVA_REGISTRY_DIR : ZEROVA_REGISTRY_DIR "32";
+   std::filesystem::remove(root / key / name);
+}
+
 void SettingsTree::adopt(const std::filesystem::path& path)
 {
    made_.push_back({View::native, path, path.filename()});

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include <io.h>
 #include <windows.h>
 #include <winternl.h>
 
@@ -70,4 +71,10 @@ size_t openDescriptors()
    const auto* const rows = reinterpret_cast<const Row*>(head + 1);
    const auto isOwn = [own = GetCurrentProcessId()](const Row& row) { return row.process == own; };
    return static_cast<size_t>(std::count_if(rows, rows + head->count, isOwn));
+}
+
+bool isStandardStreamOpen(int number)
+{
+   DWORD flags = 0;
+   return GetHandleInformation(reinterpret_cast<HANDLE>(_get_osfhandle(number)), &flags) != FALSE;
 }

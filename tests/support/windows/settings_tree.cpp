@@ -86,3 +86,10 @@ std::filesystem::path SettingsTree::addValue(View view, std::string_view key, st
               path / value);
    return path / value;
 }
+
+void SettingsTree::removeValue(View view, std::string_view key, std::string_view name)
+{
+   const std::filesystem::path path = fromUtf8(key).make_preferred();
+   const std::filesystem::path value = fromUtf8(name);
+   Key::check(RegDeleteValueW(Key(view, path).get(), value.c_str()), path / value);
+}
