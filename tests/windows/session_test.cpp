@@ -238,7 +238,7 @@ Held heldBehind(int rounds, void (*serve)(Stream&, const StopSignal&),
    return {openDescriptors(), heapBytesInUse()};
 }
 
-// The smallest block takes 16 bytes, so one that each session leaves behind adds 16,000.
+// The head of a block takes 16 bytes, so one that each session leaves behind adds 16,000.
 constexpr std::size_t kOfAllocators = 8'000;
 // Threads that meet at a lock for the first time make it a handle.
 constexpr std::size_t kOfLocks = 8;

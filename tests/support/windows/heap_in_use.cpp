@@ -7,13 +7,16 @@
 
 namespace {
 
+// What is asked for is told without it.
+constexpr size_t kHeadOfABlock = 16;
+
 size_t bytesInUseOf(HANDLE heap)
 {
    size_t bytes = 0;
    PROCESS_HEAP_ENTRY entry{};
    HeapLock(heap);
    while (HeapWalk(heap, &entry))
-      if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) bytes += entry.cbData;
+      if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) bytes += kHeadOfABlock + entry.cbData;
    HeapUnlock(heap);
    return bytes;
 }
