@@ -132,6 +132,9 @@ TEST_P(TranslatorWithoutMemory, IsNotMadeWhicheverAllocationFails)
 {
    constexpr size_t kEachOne = 1000;
    constexpr size_t kStep = 41;
+   SCOPED_TRACE("an allocation that fails");   // here, since it makes a lock once for the process
+   lorvex_Translator* const first = created(); // likewise
+   first->destroy(first);
    testing::internal::CaptureStderr(); // where scripts that cannot be compiled are told
    const size_t descriptors = openDescriptors();
    bool failed = true;

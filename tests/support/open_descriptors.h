@@ -12,9 +12,14 @@ size_t openDescriptors();
 // Of the three that a program begins with, counted from 0.
 bool isStandardStreamOpen(int number);
 
+// What the threads of servers in this process may still have when they have closed all of theirs,
+// until they are joined.
+extern const size_t kOpenForThreads;
+
 // Whether there are no more than count, once the servers in other threads have closed theirs.
 inline bool descriptorsComeDownTo(size_t count)
 {
+   count += kOpenForThreads;
    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
    while (openDescriptors() > count) {
       if (std::chrono::steady_clock::now() > limit) return false;

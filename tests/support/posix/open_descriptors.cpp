@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <iterator>
 
+const size_t kOpenForThreads = 0;
+
 // The one that counting needs is in it, always.
 size_t openDescriptors()
 {

@@ -55,6 +55,8 @@ bool begin()
 
 } // namespace
 
+const size_t kOpenForThreads = 64;
+
 size_t openDescriptors()
 {
    static const Query ask = query();
