@@ -1,5 +1,6 @@
 // Replies that announce more than they hold, and what memory that costs.
 #include "exports/peer_session.h"
+#include "service/checked_status.h"
 #include "service/wire_bytes.h"
 #include "support/heap_watch.h"
 
