@@ -71,8 +71,9 @@ TEST(DescribeError, BareCodeIsDescribed)
 
 TEST(DescribeError, LibrarysOwnCodeIsToldInAllLanguages)
 {
-   const Outcome outcome = describe({"--errors", TEXTS_ROOT "/zerova", "--aux", TEXTS_ROOT,
-                                     "--driver", "zerova", "--all-languages", "-89168"});
+   const Outcome outcome =
+      describe({"--errors", std::string(TEXTS_ROOT) + "/zerova", "--aux", TEXTS_ROOT, "--driver",
+                "zerova", "--all-languages", "-89168"});
    EXPECT_TRUE(outcome.succeeded);
    EXPECT_THAT(
       outcome.output,
