@@ -30,3 +30,19 @@ ProcessLocale::~ProcessLocale()
 {
    std::setlocale(LC_ALL, usual_.c_str());
 }
+
+// The locale of a thread of its own begins as that of the process.
+ThreadLocale::ThreadLocale(OtherLocale locale)
+   : own_(nullptr)
+   , usual_(nullptr)
+{
+   _configthreadlocale(_ENABLE_PER_THREAD_LOCALE);
+   if (!std::setlocale(LC_ALL, nameOf(locale)))
+      throw std::runtime_error(std::string("the locale cannot be set: ") + nameOf(locale));
+}
+
+ThreadLocale::~ThreadLocale()
+{
+   std::setlocale(LC_ALL, "C");
+   _configthreadlocale(_DISABLE_PER_THREAD_LOCALE);
+}
