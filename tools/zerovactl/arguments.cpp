@@ -91,14 +91,16 @@ private:
          ->type_name("HOST");
       app_.add_flag("--immediate", invocation.target.isImmediate,
                     "the endpoint for immediate routes");
-      app_.add_option("--timeout", invocation.timeout,
-                      "end with status 124 if it is not done in so many seconds")
+      app_
+         .add_option("--timeout", invocation.timeout,
+                     "end with status 124 if it is not done in so many seconds")
          ->type_name("S")
          ->check(CLI::Range(0.001, 1e9));
       app_.add_flag("--json", invocation.asJson,
                     "print one JSON document (watch, trace: one line an event)");
-      app_.add_option("--lang", parsed_.language,
-                      "language of failures: en, fr, de, ja, ko, zh; default that of the locale")
+      app_
+         .add_option("--lang", parsed_.language,
+                     "language of failures: en, fr, de, ja, ko, zh; default that of the locale")
          ->type_name("L");
       app_.add_flag_callback(
          "--version", [this] { parsed_.invocation.run = showVersion; },
@@ -142,7 +144,7 @@ private:
                       "attributes to show, separated by commas; - for one that a terminal has not")
          ->delimiter(',')
          ->type_name("A,B")
-         ->expected(1);
+         ->allow_extra_args(false);
    }
 
    void addRoute()
@@ -176,8 +178,7 @@ private:
             ->type_name("N=V")
             ->expected(1)
             ->take_all();
-      command->add_option("--owner", options.owner, "name of the route's owner")
-         ->type_name("NAME");
+      command->add_option("--owner", options.owner, "name of the route's owner")->type_name("NAME");
       command->add_flag("--multi-device", options.isMultiDevice, "it must span several devices");
       CLI::Option* const reserves =
          command->add_flag("--reserve", options.reserves, "take it to reserved");
@@ -195,8 +196,7 @@ private:
              "  zerovactl release --device matrix1\n",
              [&options](Context& context) { return release(context, options); });
       command->add_option("--device", options.device, "all on a device")->type_name("DEVICE");
-      command->add_option("--from", options.from, "all that begin at a terminal")
-         ->type_name("URI");
+      command->add_option("--from", options.from, "all that begin at a terminal")->type_name("URI");
       command->add_option("--to", options.to, "all that end at a terminal")->type_name("URI");
       command->add_option("--between", options.between, "the one between two terminals")
          ->type_name("SRC DST")
@@ -208,13 +208,15 @@ private:
       CLI::App* const group = app_.add_subcommand("uri", "ask about terminal URIs");
       group->require_subcommand(1);
       CLI::App* const check =
-         add(*group, "check", "is it a terminal? status 5 if not", "  zerovactl uri check /timer1/pulse\n",
+         add(*group, "check", "is it a terminal? status 5 if not",
+             "  zerovactl uri check /timer1/pulse\n",
              [this](Context& context) { return checkUri(context, parsed_.uri); });
       check->add_option("URI", parsed_.uri, "the terminal")->required();
-      CLI::App* const compare = add(
-         *group, "compare", "do both name one terminal? status 5 if not",
-         "  zerovactl uri compare /clock/pulse /timer1/pulse\n",
-         [this](Context& context) { return compareUris(context, parsed_.uri, parsed_.otherUri); });
+      CLI::App* const compare =
+         add(*group, "compare", "do both name one terminal? status 5 if not",
+             "  zerovactl uri compare /clock/pulse /timer1/pulse\n", [this](Context& context) {
+                return compareUris(context, parsed_.uri, parsed_.otherUri);
+             });
       compare->add_option("URI1", parsed_.uri, "a terminal")->required();
       compare->add_option("URI2", parsed_.otherUri, "another")->required();
    }
@@ -225,8 +227,9 @@ private:
       group->require_subcommand(1);
       CLI::App* const terminal = add(
          *group, "terminal", "reset a terminal",
-         "  zerovactl reset terminal /matrix1/ch1 --type disconnect\n",
-         [this](Context& context) { return resetTerminal(context, parsed_.uri, parsed_.resetType); });
+         "  zerovactl reset terminal /matrix1/ch1 --type disconnect\n", [this](Context& context) {
+            return resetTerminal(context, parsed_.uri, parsed_.resetType);
+         });
       terminal->add_option("URI", parsed_.uri, "the terminal")->required();
       terminal->add_option("--type", parsed_.resetType, "how, in the service's words")
          ->type_name("TYPE")
@@ -273,7 +276,8 @@ private:
       const std::string unit = text.substr(end);
       const double ms = unit == "ms" ? number : number * 1000;
       if (end == 0 || !(unit == "ms" || unit == "s" || unit.empty()) || !(ms >= 1) || ms > 1e9)
-         throw CLI::ValidationError("--interval", "\"" + shown(text) + "\" is no time such as 500ms");
+         throw CLI::ValidationError("--interval",
+                                    "\"" + shown(text) + "\" is no time such as 500ms");
       return std::chrono::milliseconds(static_cast<std::int64_t>(std::lround(ms)));
    }
 
@@ -294,15 +298,14 @@ private:
 
    void addSettings()
    {
-      CLI::App* const group =
-         add(app_, "settings", "show what the translator sees on this machine",
-             "  zerovactl settings\n"
-             "  zerovactl settings check /opt/trevanta/shared/Errors\n",
-             showSettings);
-      CLI::App* const check =
-         add(*group, "check", "find what is wrong in error description files; status 5 if anything is",
-             "  zerovactl settings check /opt/trevanta/shared/Errors\n",
-             [this](Context& context) { return checkSettings(context, parsed_.folder); });
+      CLI::App* const group = add(app_, "settings", "show what the translator sees on this machine",
+                                  "  zerovactl settings\n"
+                                  "  zerovactl settings check /opt/trevanta/shared/Errors\n",
+                                  showSettings);
+      CLI::App* const check = add(
+         *group, "check", "find what is wrong in error description files; status 5 if anything is",
+         "  zerovactl settings check /opt/trevanta/shared/Errors\n",
+         [this](Context& context) { return checkSettings(context, parsed_.folder); });
       check->add_option("FOLDER", parsed_.folder, "the folder with those of the languages")
          ->required();
    }
@@ -323,8 +326,9 @@ private:
                       "ADDRESS, which gets a locator")
          ->type_name("NAME");
       command
-         ->add_option("--to", options.to,
-                      "the service: an endpoint's name or path, HOST:PORT, or a HOST, whose locator is asked")
+         ->add_option(
+            "--to", options.to,
+            "the service: an endpoint's name or path, HOST:PORT, or a HOST, whose locator is asked")
          ->type_name("NAME");
       command->add_option("--record", options.record, "keep every byte in a file")
          ->type_name("FILE");
@@ -346,7 +350,8 @@ void check(Invocation& invocation, const std::string& language, bool isRoute)
    if (language.empty()) return;
    const auto known = languageOf(language);
    if (!known)
-      throw Failure(kWrongUse, "--lang knows en, fr, de, ja, ko and zh, not \"" + shown(language) + "\"");
+      throw Failure(kWrongUse,
+                    "--lang knows en, fr, de, ja, ko and zh, not \"" + shown(language) + "\"");
    invocation.target.language = *known;
 }
 

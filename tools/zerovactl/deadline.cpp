@@ -14,7 +14,8 @@ Deadline::Deadline(double seconds)
    if (seconds <= 0) return;
    thread_ = std::thread([this, seconds] {
       std::unique_lock lock(mutex_);
-      if (ended_.wait_for(lock, std::chrono::duration<double>(seconds), [this] { return isEnded_; }))
+      if (ended_.wait_for(lock, std::chrono::duration<double>(seconds),
+                          [this] { return isEnded_; }))
          return;
       std::ostringstream words;
       words << "zerovactl: not done within " << seconds << " s (--timeout)\n";

@@ -33,12 +33,11 @@ public:
    Translator(const std::string& sharedErrors, const std::string& auxErrors)
    {
       quelerr_heapStatus_init(&status_);
-      const Json registration = {
-         {"lorvexlua_xlator", "dorvex"},
-         {"lorvexlua_settings",
-          {{"driverName", "zerova"},
-           {"trvSharedErrorsDir", sharedErrors},
-           {"AuxErrorsDir", auxErrors}}}};
+      const Json registration = {{"lorvexlua_xlator", "dorvex"},
+                                 {"lorvexlua_settings",
+                                  {{"driverName", "zerova"},
+                                   {"trvSharedErrorsDir", sharedErrors},
+                                   {"AuxErrorsDir", auxErrors}}}};
       translator_ = lorvex_exported_create("dorvex_zerova", registration.dump().c_str(), &status_);
    }
    ~Translator()

@@ -71,7 +71,7 @@ Json explainCode(Context& context, std::int32_t code)
       context.output.line(std::to_string(code));
       std::istringstream lines(sentence.value_or("Error description not found"));
       for (std::string line; std::getline(lines, line);)
-         context.output.line(kIndent + line);
+         context.output.line(line.empty() ? line : kIndent + line);
       std::string label = "searched";
       for (const TextFolder& folder : folders) {
          if (sentence) break;

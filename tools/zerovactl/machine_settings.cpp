@@ -46,8 +46,7 @@ Setting read(const std::string& key, const std::string& name, bool of32Bit)
 {
    Setting setting;
    setting.name = name;
-   setting.place =
-      settingsRoot() + (of32Bit ? "32/" : "/") + withSlashes(key) + "/" + name;
+   setting.place = settingsRoot() + (of32Bit ? "32/" : "/") + withSlashes(key) + "/" + name;
    platform::SettingsKeyHandle handle = 0;
    const std::uint32_t access =
       platform::kSettingsRead | (of32Bit ? platform::kSettingsOf32Bit : 0);

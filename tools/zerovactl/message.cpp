@@ -75,22 +75,22 @@ const Shape kPlain;
 const Shape kAttrType = enumeration({"UNKNOWN", "STRING", "BOOL"});
 const Shape kLifetime = enumeration({"SESSION", "IMMEDIATE"});
 const Shape kRouteState = enumeration({"CALCULATED", "RESERVED", "PROGRAMMED"});
-const Shape kAttribute = attribute(
-   {{1, "attr_type", &kAttrType}, {2, "str_attr", &kPlain}, {3, "bool_attr", &kPlain}});
+const Shape kAttribute =
+   attribute({{1, "attr_type", &kAttrType}, {2, "str_attr", &kPlain}, {3, "bool_attr", &kPlain}});
 const Shape kAttributes = containerOf(kAttribute);
 const Shape kTerminals = containerOf(kAttributes);
 const Shape kDevice = structure({{1, "deviceName", &kPlain}, {2, "terminals", &kTerminals}});
 const Shape kDevices = containerOf(kDevice);
 const Shape kRouteAttributes = structure({{1, "lifetime", &kLifetime},
-                              {2, "routeState", &kRouteState},
-                              {3, "force_multi_device_route", &kPlain},
-                              {4, "owner_name", &kPlain},
-                              {5, "constraints", &kAttributes},
-                              {6, "source_constraints", &kAttributes},
-                              {7, "destination_constraints", &kAttributes},
-                              {8, "optional_modifiers", &kAttributes},
-                              {9, "required_modifiers", &kAttributes},
-                              {10, "destination_required_modifiers", &kAttributes}});
+                                          {2, "routeState", &kRouteState},
+                                          {3, "force_multi_device_route", &kPlain},
+                                          {4, "owner_name", &kPlain},
+                                          {5, "constraints", &kAttributes},
+                                          {6, "source_constraints", &kAttributes},
+                                          {7, "destination_constraints", &kAttributes},
+                                          {8, "optional_modifiers", &kAttributes},
+                                          {9, "required_modifiers", &kAttributes},
+                                          {10, "destination_required_modifiers", &kAttributes}});
 const Shape kStatus = structure({{1, "code", &kPlain}, {2, "description", &kPlain}});
 const Shape kProtocolFailure = structure({{1, "message", &kPlain}, {2, "type", &kPlain}});
 
@@ -319,8 +319,8 @@ Message decodeMessage(std::string_view payload)
       if (message.type == MessageType::kException)
          shape = &kProtocolFailure;
       else if (found != methods().end())
-         shape = message.type == MessageType::kReply ? &found->second.result
-                                                     : &found->second.arguments;
+         shape =
+            message.type == MessageType::kReply ? &found->second.result : &found->second.arguments;
       message.members = reader.structure(*shape, 0);
       if (!reader.isAtEnd()) message.problem = "there are bytes behind its end";
    } catch (const std::runtime_error& error) {

@@ -75,8 +75,8 @@ std::string Output::fit(const std::string& text)
 {
    const bool isNarrow = !narrowCodeSet_.empty();
    const bool isCut = isNarrow && std::any_of(text.begin(), text.end(), [](char c) {
-      return static_cast<unsigned char>(c) >= 0x80;
-   });
+                         return static_cast<unsigned char>(c) >= 0x80;
+                      });
    if (isCut && !narrowWasTold_) {
       narrowWasTold_ = true;
       message("this terminal shows " + narrowCodeSet_ +
@@ -124,11 +124,12 @@ void Output::flush()
    const std::string text = std::move(pending_);
    pending_.clear();
    errno = 0;
-   const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
-                          std::fflush(stdout) == 0;
+   const bool isWritten =
+      std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
    if (isWritten) return;
    if (errno == EPIPE) throw ReaderGone();
-   throw Failure(kFailed, std::string("standard output cannot be written: ") + std::strerror(errno));
+   throw Failure(kFailed,
+                 std::string("standard output cannot be written: ") + std::strerror(errno));
 }
 
 void Output::message(const std::string& text)

@@ -78,9 +78,9 @@ private:
       if (!failure.empty()) step["failure"] = failure;
       steps_.push_back(step);
       if (options_.isQuiet || context_.output.asJson()) return;
-      std::vector<Part> parts = {{padded(label, kLabelWidth) +
-                                  (result.empty() ? subject
-                                                  : padded(shown(subject), kSubjectWidth) + result)}};
+      std::vector<Part> parts = {
+         {padded(label, kLabelWidth) +
+          (result.empty() ? subject : padded(shown(subject) + "  ", kSubjectWidth) + result)}};
       if (!failure.empty()) parts.push_back({"   FAILED: " + failure, Colour::kBad});
       context_.output.line(parts);
       context_.output.flush();
@@ -156,7 +156,8 @@ private:
          opened = opener.open(0);
       }
       if (opened.result == platform::PipeOpening::busy)
-         fail("connection", facts.path, "no room for " + numberText(kLongestQueueMs / 1000.0, 1) + " s",
+         fail("connection", facts.path,
+              "no room for " + numberText(kLongestQueueMs / 1000.0, 1) + " s",
               "the service takes no connections",
               "it is stopped, hangs or is overloaded: kill -CONT PID lets a stopped one go on");
       if (opened.result == platform::PipeOpening::failed && opened.error == ECONNREFUSED)
@@ -166,7 +167,7 @@ private:
          fail("connection", facts.path, "not open", systemText(opened.error),
               "the folders on the way may refuse this account; namei -l shows them");
       const double ms = msSince(start);
-      tell("connection", facts.path, "open in " + numberText(ms, 1) + " ms", {}, ms);
+      tell("connection", facts.path, "open in " + numberText(ms, 2) + " ms", {}, ms);
       return connectionOver(opened.pipe);
    }
 
@@ -196,7 +197,8 @@ private:
          connection = connectTo(address, kLocatorPort, until);
       } catch (const ConnectionSilent&) {
          fail("locator", place, "no connection in " + numberText(msSince(start) / 1000, 1) + " s",
-              systemText(ETIMEDOUT), "the host is off, or a firewall drops what comes to port 3580");
+              systemText(ETIMEDOUT),
+              "the host is off, or a firewall drops what comes to port 3580");
       } catch (const ConnectionFailure& failure) {
          fail("locator", place, "no connection", failure.what(),
               "start the locator on that host, or open port 3580 in the firewall between");
@@ -215,7 +217,7 @@ private:
          fail("locator", place, "connected", failure.what(),
               "something else may listen on 3580, or the locator does not know the service");
       }
-      tell("locator", place, "answers in " + numberText(ms, 1) + " ms", {}, ms);
+      tell("locator", place, "answers in " + numberText(ms, 2) + " ms", {}, ms);
       tell("port", "Trevanta/Zerova -> " + std::to_string(port), "");
       return port;
    }
@@ -228,7 +230,7 @@ private:
          context_.output.progress("connecting to " + place);
          auto connection = connectTo(address, port, start + kLongestStep);
          const double ms = msSince(start);
-         tell("connection", place, "open in " + numberText(ms, 1) + " ms", {}, ms);
+         tell("connection", place, "open in " + numberText(ms, 2) + " ms", {}, ms);
          return connection;
       } catch (const ConnectionSilent&) {
          fail("connection", place, "not open in " + numberText(msSince(start) / 1000, 1) + " s",
@@ -253,7 +255,8 @@ private:
               "the service is stopped or hangs; the library itself would wait without end");
       } catch (const ConnectionFailure& failure) {
          fail("version", wanted, "no answer", failure.what(),
-              "another program may have taken the service's place, or the service fails at its start");
+              "another program may have taken the service's place, or the service fails at its "
+              "start");
       }
       const double ms = msSince(start);
       if (reply.type == MessageType::kException)
@@ -262,7 +265,7 @@ private:
       if (reply.members.contains("status"))
          fail("version", wanted, "refused", valueText(reply.members["status"]),
               "update the service, or install the library that belongs to it");
-      tell("version", wanted + " accepted", numberText(ms, 1) + " ms", {}, ms);
+      tell("version", wanted + " accepted", numberText(ms, 2) + " ms", {}, ms);
    }
 
    void roundTrips(Connection& connection)

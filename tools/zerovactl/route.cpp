@@ -32,7 +32,8 @@ void put(zerovaapi_AttributeMap map, const std::string& pair, std::uint32_t lang
    const std::string value = pair.substr(sign + 1);
    Status status;
    if (value == "true" || value == "false")
-      zerovaapi_RouteConstraints_setBoolConstraint(map, name.c_str(), value == "true", status.get());
+      zerovaapi_RouteConstraints_setBoolConstraint(map, name.c_str(), value == "true",
+                                                   status.get());
    else
       zerovaapi_RouteConstraints_setStringConstraint(map, name.c_str(), value.c_str(),
                                                      status.get());
@@ -61,8 +62,8 @@ Owned<zerovaapi_RouteAttributes> attributesFor(const RouteOptions& options, bool
                                             status.get());
    if (options.reserves || options.programs)
       zerovaapi_RouteAttributes_setCalculationTargetState(
-         attributes.get(),
-         options.programs ? zerovaapi_kStateProgrammed : zerovaapi_kStateReserved, status.get());
+         attributes.get(), options.programs ? zerovaapi_kStateProgrammed : zerovaapi_kStateReserved,
+         status.get());
    if (options.isMultiDevice)
       zerovaapi_RouteAttributes_setForceMultiDeviceRoute(attributes.get(), true, status.get());
    if (!options.owner.empty())
@@ -91,12 +92,14 @@ std::vector<Hop> wayOf(Session& session, std::int32_t ticket)
                                                   zerovaapi_DeviceContainer_destroy);
    std::vector<Hop> way;
    for (auto at = zerovaapi_DeviceContainer_begin(devices.get());
-        !zerovaapi_DeviceIterator_isEnd(devices.get(), at); zerovaapi_DeviceIterator_next(&at)) {
+        !zerovaapi_DeviceIterator_isEnd(devices.get(), at); zerovaapi_DeviceIterator_next(&at))
+   {
       Hop hop;
       hop.device = zerovaapi_DeviceIterator_getDeviceName(devices.get(), at);
       const auto terminals = zerovaapi_DeviceIterator_getTerminalContainer(devices.get(), at);
       for (auto i = zerovaapi_TerminalContainer_begin(terminals);
-           !zerovaapi_TerminalIterator_isEnd(terminals, i); zerovaapi_TerminalIterator_next(&i)) {
+           !zerovaapi_TerminalIterator_isEnd(terminals, i); zerovaapi_TerminalIterator_next(&i))
+      {
          Status own;
          const char* const name =
             zerovaapi_TerminalIterator_getStringAttribute(terminals, i, "Name", own.get());
@@ -173,7 +176,8 @@ int route(Context& context, const RouteOptions& options)
       throw Failure(kWrongUse, "a route of this session ends with this command; add --hold, or "
                                "--immediate to leave it standing");
    const auto attributes = attributesFor(options, isImmediate, context.target.language);
-   const std::unique_ptr<EndRequest> end(options.holds ? new EndRequest(EndRequest::Input::kWatched) : nullptr);
+   const std::unique_ptr<EndRequest> end(options.holds ? new EndRequest(EndRequest::Input::kWatched)
+                                                       : nullptr);
    Session session(context.target);
    const std::int32_t ticket = session.call(zerovaapi_calculateRoute, options.source.c_str(),
                                             options.destination.c_str(), attributes.get());

@@ -12,14 +12,16 @@ namespace {
 
 constexpr std::int32_t kConnectionFailed = -52024;
 
-std::string member(const Json& status, const Json::json_pointer& where)
+std::string member(const Json& status, const char* name)
 {
-   return status.contains(where) && status[where].is_string() ? status[where].get<std::string>()
-                                                              : std::string();
+   const bool isThere = status.is_object() && status.contains(name) && status[name].is_string();
+   return isThere ? status[name].get<std::string>() : std::string();
 }
 
-std::string inOneLine(std::string text)
+// The first paragraph; what one may do about it is for "explain".
+std::string firstOf(std::string text)
 {
+   text.erase(std::min(text.find("\n\n"), text.size()));
    std::replace(text.begin(), text.end(), '\n', ' ');
    return text;
 }
@@ -28,14 +30,16 @@ std::string wordsFor(const Status& status, std::uint32_t language)
 {
    const Json members = Json::parse(status.json(), nullptr, false);
    std::string words;
-   if (const auto sentence = sentenceOf(status.code(), language)) words = inOneLine(*sentence);
-   if (words.empty()) words = member(members, "/error_constant"_json_pointer);
+   if (const auto sentence = sentenceOf(status.code(), language)) words = firstOf(*sentence);
+   if (words.empty()) words = member(members, "error_constant");
    if (words.empty()) words = "the service refused and gave no reason";
    words = shown(words) + " (" + std::to_string(status.code()) + ")";
    for (const std::string& line : linesOf(detailsOf(status.json(), language).rows))
       words += "\n   " + line;
-   const std::string cause = member(members, "/zerovaapi_debug/debug"_json_pointer);
-   if (!cause.empty()) words += "\n   " + shown(cause);
+   for (const char* name : {"Thrift::TTransportException", "Thrift::TProtocolException",
+                            "Thrift::TApplicationException", "std_exception_what"})
+      if (const std::string cause = member(members, name); !cause.empty())
+         words += "\n   " + shown(cause);
    return words;
 }
 
@@ -43,7 +47,8 @@ std::string wordsFor(const Status& status, std::uint32_t language)
 
 Failure failureOf(const Status& status, std::uint32_t language)
 {
-   return {status.code() == kConnectionFailed ? kSessionBroke : kFailed, wordsFor(status, language)};
+   return {status.code() == kConnectionFailed ? kSessionBroke : kFailed,
+           wordsFor(status, language)};
 }
 
 Session::Session(const Target& target)

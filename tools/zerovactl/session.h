@@ -60,7 +60,8 @@ public:
          if (status.code() != 0) throw failureOf(status, language_);
       } else {
          const auto result = function(session_, arguments..., status.get());
-         if constexpr (std::is_pointer_v<decltype(function(session_, arguments..., status.get()))>) {
+         if constexpr (std::is_pointer_v<decltype(function(session_, arguments..., status.get()))>)
+         {
             if (!result || status.code() != 0) throw failureOf(status, language_);
          } else {
             if (status.code() != 0) throw failureOf(status, language_);

@@ -64,7 +64,8 @@ int showSettings(Context& context)
       folders.emplace_back("Errors", *shared32.value + "/Errors");
       folders.emplace_back("Auxerrors", *shared32.value + "/Auxerrors/zerova");
    }
-   if (const auto own = ownTexts(); !own.empty()) folders.emplace_back("own texts", own + "/zerova");
+   if (const auto own = ownTexts(); !own.empty())
+      folders.emplace_back("own texts", own + "/zerova");
 
    if (context.output.asJson()) {
       Json plugin = Json::object();
@@ -99,9 +100,9 @@ int showSettings(Context& context)
    }
    for (const Line& line : lines) {
       const std::string value = shown(line.value);
-      context.output.line(padded(shown(line.name), widthOfName + 2) +
-                          (line.note.empty() ? value
-                                             : padded(value, widthOfValue + 2) + line.note));
+      context.output.line(
+         padded(shown(line.name), widthOfName + 2) +
+         (line.note.empty() ? value : padded(value, widthOfValue + 2) + line.note));
    }
    return kDone;
 }

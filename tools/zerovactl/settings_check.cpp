@@ -32,8 +32,9 @@ public:
          return;
       }
       if (!checkLanguages(root, "") && !checkDrivers(root))
-         findings_.push_back({".", 0, 0, "no folder of a language in here: English, French, German, "
-                                         "Japanese, Korean or ChineseS"});
+         findings_.push_back({".", 0, 0,
+                              "no folder of a language in here: English, French, German, "
+                              "Japanese, Korean or ChineseS"});
    }
 
    int fileCount() const { return fileCount_; }
@@ -42,10 +43,12 @@ public:
 private:
    static const Language* languageOfFolder(const fs::path& folder)
    {
-      const std::string name = (folder.filename().empty() ? folder.parent_path() : folder).filename().string();
-      const auto found = std::find_if(
-         kLanguages.begin(), kLanguages.end(),
-         [&](const Language& language) { return equalsIgnoringCase(language.folder, name); });
+      const std::string name =
+         (folder.filename().empty() ? folder.parent_path() : folder).filename().string();
+      const auto found =
+         std::find_if(kLanguages.begin(), kLanguages.end(), [&](const Language& language) {
+            return equalsIgnoringCase(language.folder, name);
+         });
       return found == kLanguages.end() ? nullptr : &*found;
    }
 
@@ -117,7 +120,8 @@ private:
       errno = 0;
       std::ifstream file(path, std::ios::binary);
       if (!file) {
-         findings_.push_back({name, 0, 0, std::string("cannot be opened: ") + std::strerror(errno)});
+         findings_.push_back(
+            {name, 0, 0, std::string("cannot be opened: ") + std::strerror(errno)});
          return;
       }
       const std::string content{std::istreambuf_iterator<char>(file), {}};
@@ -163,9 +167,9 @@ int checkSettings(Context& context, const std::string& folder)
          context.output.line(placeOf(finding) + ": " + finding.text);
       context.output.endProgress();
       context.output.flush();
-      context.output.message(std::to_string(check.fileCount()) + " files checked, " +
-                             (findings.empty() ? "nothing is wrong"
-                                               : std::to_string(findings.size()) + " findings"));
+      context.output.message(
+         std::to_string(check.fileCount()) + " files checked, " +
+         (findings.empty() ? "nothing is wrong" : std::to_string(findings.size()) + " findings"));
    }
    return findings.empty() ? kDone : kNo;
 }

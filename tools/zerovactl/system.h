@@ -88,8 +88,8 @@ int pendingError(platform::Socket socket);
 struct EndpointFacts
 {
    std::string path;
-   int failure = 0;         // of looking at it
-   std::string refuser;     // the folder on the way that does not let us in
+   int failure = 0;     // of looking at it
+   std::string refuser; // the folder on the way that does not let us in
    bool isFolderThere = false;
    bool isSocket = false;
    std::string kind;        // "socket", "regular file", ...

@@ -50,7 +50,8 @@ int terminals(Context& context, const TerminalsOptions& options)
    std::vector<std::vector<std::string>> rows = {options.attributes};
    for (auto at = zerovaapi_TerminalContainer_begin(container.get());
         !zerovaapi_TerminalIterator_isEnd(container.get(), at);
-        zerovaapi_TerminalIterator_next(&at)) {
+        zerovaapi_TerminalIterator_next(&at))
+   {
       Json terminal = Json::object();
       std::vector<std::string> row;
       for (const std::string& name : options.attributes) {

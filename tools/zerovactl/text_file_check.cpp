@@ -31,8 +31,8 @@ bool isMeant(std::uint32_t codePage, std::string_view bytes)
 std::string read(std::uint32_t codePage, std::string_view bytes)
 {
    std::vector<std::uint16_t> units(bytes.size());
-   const std::size_t count = platform::convertToUtf16(codePage, bytes.data(), bytes.size(),
-                                                      units.data(), units.size());
+   const std::size_t count =
+      platform::convertToUtf16(codePage, bytes.data(), bytes.size(), units.data(), units.size());
    const std::u16string wide(units.begin(), units.begin() + static_cast<std::ptrdiff_t>(count));
    const std::u8string text = std::filesystem::path(wide).u8string();
    return {text.begin(), text.end()};
@@ -44,7 +44,7 @@ std::size_t utf8Length(std::string_view text)
    const auto byte = [&](std::size_t i) {
       return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
    };
-   const std::size_t length = byte(0) >= 0xF0 && byte(0) < 0xF5 ? 4
+   const std::size_t length = byte(0) >= 0xF0 && byte(0) < 0xF5   ? 4
                               : byte(0) >= 0xE0 && byte(0) < 0xF0 ? 3
                               : byte(0) >= 0xC2 && byte(0) < 0xE0 ? 2
                                                                   : 0;
@@ -149,8 +149,7 @@ private:
          inComment_ = !startsWith(line, "</tvcomment>");
       } else if (inEntry_ && startsWith(line, "</tverror>")) {
          inEntry_ = false;
-         if (!hasText_)
-            find(entryLine_, 0, "this entry has no text: it counts as none");
+         if (!hasText_) find(entryLine_, 0, "this entry has no text: it counts as none");
       } else if (inEntry_) {
          checkText(line);
       } else if (startsWith(line, "<tvcomment>")) {
@@ -184,11 +183,11 @@ private:
          return;
       }
       const auto code = static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
-      const auto [first, isNew] =
-         known_.emplace(code, file_ + ":" + std::to_string(line_));
+      const auto [first, isNew] = known_.emplace(code, file_ + ":" + std::to_string(line_));
       if (!isNew)
-         find(line_, 0, "the code " + std::to_string(code) + " stands in " + first->second +
-                           " already; one of the two counts");
+         find(line_, 0,
+              "the code " + std::to_string(code) + " stands in " + first->second +
+                 " already; one of the two counts");
    }
 
    void checkText(std::string_view line)
@@ -216,8 +215,10 @@ private:
       while (begin > 0 && line[begin - 1] != ' ')
          --begin;
       const std::string_view word = line.substr(begin, line.find(' ', at) - begin);
-      const std::string seen = isMeant(codePage_, word) ? "\"" + read(codePage_, word) + "\""
-                                                        : "bytes" + hexadecimal(line.substr(at, utf8Length(line.substr(at))));
+      const std::string seen =
+         isMeant(codePage_, word)
+            ? "\"" + read(codePage_, word) + "\""
+            : "bytes" + hexadecimal(line.substr(at, utf8Length(line.substr(at))));
       find(line_, static_cast<int>(begin) + 1,
            "not in code page " + page + " as meant? " + seen +
               " looks like UTF-8 (iconv -f UTF-8 -t CP" + page + ")");
@@ -238,9 +239,11 @@ private:
          // A lead byte of a code page of two bytes takes the next one with it.
          const std::size_t bad = codePage_ == 1252 ? 1 : 2;
          find(line_, static_cast<int>(at) + 1,
-              (line.size() - at < bad || bad == 1 ? "byte" : "bytes") + hexadecimal(line.substr(at, bad)) +
-                 (line.size() - at < bad || bad == 1 ? " is" : " are") + " no character of code page " +
-                 std::to_string(codePage_) + "; the whole text is refused (-52027)");
+              (line.size() - at < bad || bad == 1 ? "byte" : "bytes") +
+                 hexadecimal(line.substr(at, bad)) +
+                 (line.size() - at < bad || bad == 1 ? " is" : " are") +
+                 " no character of code page " + std::to_string(codePage_) +
+                 "; the whole text is refused (-52027)");
          return;
       }
    }

@@ -12,9 +12,9 @@ namespace zerovactl {
 
 struct Finding
 {
-   std::string file;   // as it is to be shown
-   int line = 0;       // 0: the file as a whole
-   int column = 0;     // in bytes; 0: the line as a whole
+   std::string file; // as it is to be shown
+   int line = 0;     // 0: the file as a whole
+   int column = 0;   // in bytes; 0: the line as a whole
    std::string text;
 };
 

@@ -79,8 +79,8 @@ int relayUntilEnd(Context& context, const TraceOptions& options)
    EndRequest end(EndRequest::Input::kWatched);
    const Relay relay({{placeToListen(options.listen), placeToConnect(options.to)}},
                      [&](const TraceEvent& event) { telling.take(event); });
-   context.output.message("listening at " + shown(relay.places().front()) +
-                          ", handing on to " + shown(options.to) + "; Ctrl-C ends it");
+   context.output.message("listening at " + shown(relay.places().front()) + ", handing on to " +
+                          shown(options.to) + "; Ctrl-C ends it");
    EndRequest::Cause cause = EndRequest::Cause::kNone;
    while (cause == EndRequest::Cause::kNone)
       cause = end.wait(std::chrono::hours(1));
@@ -101,8 +101,7 @@ int runCommand(Context& context, const TraceOptions& options)
    std::unique_ptr<PrivateEndpoint> command;
    try {
       const DefaultPipeSignal meanwhile; // for the command, which inherits it
-      command =
-         std::make_unique<PrivateEndpoint>(folder.path(), endpointFolder(), options.command);
+      command = std::make_unique<PrivateEndpoint>(folder.path(), endpointFolder(), options.command);
    } catch (const zerova::tools::NamespaceRefused& refused) {
       throw Failure(kFailed, std::string(refused.what()) +
                                 "\n   here a command cannot have an endpoint of its own; trace "
@@ -135,7 +134,8 @@ int trace(Context& context, const TraceOptions& given)
    if (ways != 1)
       throw Failure(kWrongUse, "trace wants one of --listen NAME, --read FILE and -- COMMAND");
    if (!options.read.empty() && (!options.to.empty() || !options.record.empty()))
-      throw Failure(kWrongUse, "--read shows what was recorded: --to and --record do not belong to it");
+      throw Failure(kWrongUse,
+                    "--read shows what was recorded: --to and --record do not belong to it");
    if (!options.read.empty()) return readRecord(context, options.read);
    if (!isLive) return runCommand(context, options);
    if (options.to.empty())

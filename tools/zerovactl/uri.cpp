@@ -16,8 +16,7 @@ int checkUri(Context& context, const std::string& uri)
 int compareUris(Context& context, const std::string& left, const std::string& right)
 {
    Session session(context.target);
-   const bool areEqual =
-      session.call(zerovaapi_areTerminalURIsEqual, left.c_str(), right.c_str());
+   const bool areEqual = session.call(zerovaapi_areTerminalURIsEqual, left.c_str(), right.c_str());
    if (context.output.asJson())
       context.output.document({{"uris", {left, right}}, {"equal", areEqual}});
    else

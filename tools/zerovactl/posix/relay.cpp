@@ -278,9 +278,8 @@ private:
       }
       const std::string& host = pair.listen.host;
       const std::uint32_t number = platform::addressOfDottedText(host.c_str());
-      Descriptor service =
-         listenAt(AF_INET, addressOfHost(number, pair.listen.port),
-                  host + ":" + std::to_string(pair.listen.port));
+      Descriptor service = listenAt(AF_INET, addressOfHost(number, pair.listen.port),
+                                    host + ":" + std::to_string(pair.listen.port));
       const std::uint16_t port = portOf(service);
       listeners_.push_back({std::move(service), pair.to});
       places_.push_back(host + ":" + std::to_string(port));
@@ -358,8 +357,7 @@ private:
          if (size == 0 || (size < 0 && !isPassing(errno))) return;
          if (size > 0) request.append(bytes, static_cast<std::size_t>(size));
       }
-      const std::string reply =
-         "HTTP/1.0 200 OK\r\n\r\nMapping=" + std::to_string(port) + "\r\n";
+      const std::string reply = "HTTP/1.0 200 OK\r\n\r\nMapping=" + std::to_string(port) + "\r\n";
       if (send(client.get(), reply.data(), reply.size(), MSG_NOSIGNAL) < 0) return;
    }
 
@@ -383,8 +381,8 @@ private:
    // False when there is nothing more to be done.
    bool step(Flow (&flows)[2], std::uint32_t number)
    {
-      pollfd watched[] = {{stopped_.get(), POLLIN, 0}, {-1, 0, 0}, {-1, 0, 0},
-                          {-1, 0, 0},                  {-1, 0, 0}};
+      pollfd watched[] = {
+         {stopped_.get(), POLLIN, 0}, {-1, 0, 0}, {-1, 0, 0}, {-1, 0, 0}, {-1, 0, 0}};
       for (int i = 0; i < 2; ++i) {
          if (flows[i].reads()) watched[1 + i] = {flows[i].from, POLLIN, 0};
          if (flows[i].writes()) watched[3 + i] = {flows[i].to, POLLOUT, 0};

@@ -136,7 +136,7 @@ EndRequest::Cause EndRequest::wait(std::chrono::milliseconds time, int other)
       if (poll(watched, 3, static_cast<int>(left.count())) <= 0) continue;
       if (watched[2].revents != 0) return Cause::kOther;
       char bytes[256];
-      if (watched[1].revents != 0 && read(STDIN_FILENO, bytes, sizeof bytes) == 0)
+      if (watched[1].revents != 0 && read(STDIN_FILENO, bytes, sizeof bytes) == 0 && !lastSignal)
          return Cause::kInputEnded;
    }
    return Cause::kSignal;
