@@ -75,10 +75,10 @@ int readRecord(Context& context, const std::string& name)
 
 int relayUntilEnd(Context& context, const TraceOptions& options)
 {
+   const RelayedPair pair = {placeToListen(options.listen), placeToConnect(options.to)};
    Telling telling(context.output, options.record);
    EndRequest end(EndRequest::Input::kWatched);
-   const Relay relay({{placeToListen(options.listen), placeToConnect(options.to)}},
-                     [&](const TraceEvent& event) { telling.take(event); });
+   const Relay relay({pair}, [&](const TraceEvent& event) { telling.take(event); });
    context.output.message("listening at " + shown(relay.places().front()) + ", handing on to " +
                           shown(options.to) + "; Ctrl-C ends it");
    EndRequest::Cause cause = EndRequest::Cause::kNone;

@@ -20,6 +20,7 @@ std::string cut(const std::string& text)
 
 std::string callText(const Message& message)
 {
+   if (message.method.empty()) return "a frame";
    return shown(message.method) + "(" + cut(argumentText(message.members)) + ")";
 }
 
