@@ -158,6 +158,11 @@ void requireSense(const Invocation& in)
           "--port and --no-locator need --tcp");
 }
 
+std::string counted(std::size_t count, const std::string& thing)
+{
+   return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
 // Throws if the file or one of the faults has a mistake; the mistakes have been told by then.
 Topology topologyFrom(const Invocation& in)
 {
@@ -169,9 +174,8 @@ Topology topologyFrom(const Invocation& in)
    std::ostream& out = in.isCheck ? std::cout : std::cerr;
    for (const Mistake& mistake : read.mistakes)
       out << mistake.shown() << '\n';
-   const auto count = read.mistakes.size();
    throw Failure(in.isCheck ? kNo : kWrongUse,
-                 in.file + ": " + std::to_string(count) + (count == 1 ? " mistake" : " mistakes"));
+                 in.file + ": " + counted(read.mistakes.size(), "mistake"));
 }
 
 int check(const Topology& topology, const std::string& file)
@@ -179,9 +183,10 @@ int check(const Topology& topology, const std::string& file)
    std::size_t terminals = 0;
    for (const Device& device : topology.devices)
       terminals += device.terminals.size();
-   std::cout << file << ": " << topology.devices.size() << " devices, " << terminals
-             << " terminals, " << topology.lines.size() << " lines, " << topology.rules.size()
-             << " rules, " << topology.faults.size() << " faults\n";
+   std::cout << file << ": " << counted(topology.devices.size(), "device") << ", "
+             << counted(terminals, "terminal") << ", " << counted(topology.lines.size(), "line")
+             << ", " << counted(topology.rules.size(), "rule") << ", "
+             << counted(topology.faults.size(), "fault") << '\n';
    return kDone;
 }
 
