@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -115,7 +116,7 @@ Plan planFor(const std::string& folder, const std::string& place,
    plan.workingFolder = fs::current_path(error).string();
    plan.uidMap = identityMap(::geteuid());
    plan.gidMap = identityMap(::getegid());
-   if (!fs::is_directory(place)) planMissingPlace(plan);
+   if (!folder.empty() && !fs::is_directory(place)) planMissingPlace(plan);
    for (const std::string& argument : command)
       plan.arguments.push_back(const_cast<char*>(argument.c_str()));
    plan.arguments.push_back(nullptr);
@@ -184,8 +185,8 @@ void resetSignals()
    ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-// Returns only if something failed.
-Step enterAndRun(const Plan& plan)
+// Returns the step that failed, if one did.
+std::optional<Step> enter(const Plan& plan)
 {
    // Who may do so keeps all of its rights; all others need a user namespace around it.
    if (::geteuid() != 0 || ::unshare(CLONE_NEWNS) != 0) {
@@ -200,6 +201,14 @@ Step enterAndRun(const Plan& plan)
    if (!bindOnto(".", plan.place)) return Step::kMount;
    if (!plan.workingFolder.empty() && ::chdir(plan.workingFolder.c_str()) != 0)
       return Step::kFolder;
+   return std::nullopt;
+}
+
+// Returns only if something failed.
+Step enterAndRun(const Plan& plan)
+{
+   if (!plan.folder.empty())
+      if (const auto failed = enter(plan)) return *failed;
    resetSignals();
    ::execvp(plan.arguments.front(), plan.arguments.data());
    return Step::kCommand;
@@ -266,6 +275,11 @@ PrivateEndpoint::PrivateEndpoint(const std::string& folder, const std::string& p
    send(SIGKILL);
    wait();
    throw std::system_error(error, std::generic_category(), "pidfd_open");
+}
+
+PrivateEndpoint::PrivateEndpoint(const std::vector<std::string>& command)
+   : PrivateEndpoint({}, {}, command)
+{
 }
 
 PrivateEndpoint::~PrivateEndpoint()

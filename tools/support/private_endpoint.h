@@ -50,6 +50,8 @@ public:
    // the calling thread ends. Throws NamespaceRefused, CommandNotStarted, std::system_error.
    PrivateEndpoint(const std::string& folder, const std::string& place,
                    const std::vector<std::string>& command);
+   // Runs the command as it would run without us, for who was refused the other.
+   explicit PrivateEndpoint(const std::vector<std::string>& command);
    // Kills a command that was not waited for.
    ~PrivateEndpoint();
    PrivateEndpoint(const PrivateEndpoint&) = delete;

@@ -95,6 +95,14 @@ TEST(PrivateEndpoint, CommandKeepsItsFolder)
              std::filesystem::current_path().string() + "\n");
 }
 
+TEST(PrivateEndpoint, CommandCanBeRunAsItIs)
+{
+   const ScratchFolder scratch;
+   PrivateEndpoint command({"sh", "-c", "pwd >" + scratch.path("output") + "; exit 7"});
+   EXPECT_EQ(command.wait(), 7);
+   EXPECT_EQ(contentOf(scratch.path("output")), std::filesystem::current_path().string() + "\n");
+}
+
 TEST(PrivateEndpoint, ExitStatusOfTheCommandIsPassedOn)
 {
    const ScratchFolder scratch;
