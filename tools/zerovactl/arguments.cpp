@@ -367,8 +367,9 @@ std::vector<std::string> argumentsOf(int argc, char** argv)
 
 std::optional<Invocation> parseArguments(int argc, char** argv, std::string& help)
 {
-   Parsed& parsed = *new Parsed; // lives as long as the process: the commands refer to it
-   Commands& commands = *new Commands(parsed);
+   // What runs later refers to both.
+   static Parsed parsed;
+   static Commands commands(parsed);
    CLI::App& app = commands.app();
    try {
       app.parse(argumentsOf(argc, argv));

@@ -141,7 +141,7 @@ std::string ownTexts()
 {
    const std::filesystem::path program = programPath().parent_path();
    // Installed; then in the folder of a build.
-   for (const char* way : {"../share/zerovaapi/texts", "../../texts/generated"}) {
+   for (const char* way : {ZEROVACTL_WAY_TO_TEXTS, "../../texts/generated"}) {
       std::error_code error;
       const auto folder = std::filesystem::canonical(program / way, error);
       if (!error) return folder.string();

@@ -1,9 +1,11 @@
 """The opening of a session, step by step: which step fails, why, and what to do."""
 
 import json
+import os
 import re
 import signal
 import socket
+import subprocess
 import time
 import unittest
 
@@ -160,6 +162,23 @@ class Local(bench.Case):
          self.assertEqual(self.failing(), [
             f"connection       {self.endpoint}   no room for 3.0 s   FAILED: the service takes no connections",
             "hint             it is stopped, hangs or is overloaded: kill -CONT PID lets a stopped one go on"])
+
+   def as_another_account(self):
+      """What ping says to an account that is neither the endpoint's owner nor in its group."""
+      account = os.geteuid() or 65534
+      other = {"user": account, "group": account, "extra_groups": []} if os.geteuid() == 0 else {}
+      done = subprocess.run([bench.PROGRAM, "ping"], capture_output=True, text=True, env=bench.environment(),
+                            timeout=bench.SOON, check=False, **other)
+      self.assertEqual((done.returncode, done.stderr), (3, ""))
+      return account, done.stdout.splitlines()[-2:]
+
+   def test_account_without_permission(self):
+      self.listener().listen()
+      self.endpoint.chmod(0o444)
+      account, seen = self.as_another_account()
+      self.assertEqual(seen, [
+         f"permission       uid {account} may not write   FAILED: Permission denied (EACCES)",
+         "hint             the service's installation decides who may: by a group or by mode 0666 of the socket"])
 
    def test_silent_service(self):
       self.listener().listen()

@@ -180,6 +180,14 @@ class Command(bench.Case):
          self.assertEqual(inside.stdout, "com.zerova\ncom.zerova.immediate\n")
          self.assertEqual(bench.run("uri", "check", "/timer1/pulse").status, 0)
 
+   def test_where_namespaces_are_refused_is_told_of_the_way_over_tcp(self):
+      without = bench.BUILD / "tests" / "tools" / "support" / "without_namespaces"
+      done = subprocess.run([without, bench.PROGRAM, "trace", "--", "true"], capture_output=True, text=True,
+                            env=bench.environment(), timeout=bench.SOON, check=False)
+      self.assertEqual((done.returncode, done.stdout), (1, ""))
+      self.assertIn("zerovactl trace --listen 127.0.0.9 --to HOST, and have the command go to the host 127.0.0.9\n",
+                    done.stderr)
+
    def test_that_cannot_be_started_is_told(self):
       seen = bench.run("trace", "--", "/no/such/program")
       self.assertEqual((seen.status, seen.out), (127, ""))
