@@ -6,6 +6,7 @@ program_test.py BUILD_DIR
 import json
 import os
 import pathlib
+import re
 import signal
 import subprocess
 import sys
@@ -222,6 +223,18 @@ class Serving(Program):
         outcome = run(BENCH, "--endpoint-dir", "/usr/zerova", before=before)
         self.assertEqual(outcome.status, 3)
         self.assertIn("cannot make the folder /usr/zerova for local endpoints (Permission denied)", outcome.err)
+
+
+class Refusals(unittest.TestCase):
+    def test_each_label_has_words_in_all_languages(self) -> None:
+        sources = "".join(path.read_text() for path in (ROOT / "tools/simulator").glob("*.cpp"))
+        labels = set(re.findall(r'"(kUsageType\w+)"', sources))
+        self.assertGreater(len(labels), 10)
+        dictionaries = sorted((ROOT / "scripts/terms").glob("*/usageTypes.terms.dict.xml"))
+        self.assertEqual(len(dictionaries), 6)
+        for dictionary in dictionaries:
+            words = set(re.findall(r'<term key="(\w+)">[^<]', dictionary.read_text(encoding="utf-8")))
+            self.assertEqual(labels - words, set(), dictionary)
 
 
 class Log(Program):
