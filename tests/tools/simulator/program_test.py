@@ -85,6 +85,19 @@ class Use(Program):
         self.assertEqual(run(BENCH, "--no-local", "--tcp", "192.0.2.1").status, 3)
 
 
+    def test_a_full_disk_is_told(self) -> None:
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([str(PROGRAM), "check", str(BENCH)], stdout=full, stderr=subprocess.PIPE, timeout=60,
+                                  check=False)
+        self.assertEqual((done.returncode, done.stderr.decode()),
+                         (4, f"{SAID}standard output cannot be written to: No space left on device\n"))
+
+    def test_a_closed_input_ends_it(self) -> None:
+        words = f"exec {PROGRAM} {BENCH} --endpoint-dir {self.folder}/run <&-"
+        done = subprocess.run(["sh", "-c", words], capture_output=True, timeout=60, check=False)
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
+
+
 class Check(Program):
     def test_a_good_file_is_summed_up(self) -> None:
         outcome = run("check", BENCH)

@@ -292,6 +292,32 @@ TEST(SimulatorClients, WhoSaysNothingMakesRoomForOthers)
    EXPECT_EQ(readToEnd(silent.front()), "");
 }
 
+TEST(SimulatorClients, WhoDoesNotReadHoldsUpNobodyAndLosesNothing)
+{
+   const RunningService running(exampleBench("trigger_bench"));
+   const std::string request = call("getRoutableDevices");
+   Stream lazy = running.connectRaw();
+   ASSERT_TRUE(writeAll(lazy, request));
+   const std::string length = readUpTo(lazy, 4);
+   const std::string answer =
+      length + readUpTo(lazy, static_cast<unsigned char>(length.at(2)) * 256u +
+                                 static_cast<unsigned char>(length.at(3)));
+   // More than the system takes on the way back before somebody reads.
+   constexpr std::size_t kRequests = 8000;
+   std::thread writer([&] {
+      for (std::size_t i = 0; i < kRequests; ++i)
+         writeAll(lazy, request);
+   });
+   const auto other = running.connect();
+   for (int i = 0; i < 100; ++i)
+      EXPECT_FALSE((*other)->isDebug());
+   const std::string all = readUpTo(lazy, kRequests * answer.size());
+   writer.join();
+   EXPECT_EQ(all.size(), kRequests * answer.size());
+   EXPECT_TRUE(all.ends_with(answer));
+   EXPECT_FALSE((*other)->isDebug());
+}
+
 // The long form, with all the calls of a day, is bench/bench_simulator.cpp.
 TEST(SimulatorClients, ThousandSessionsAtOnceLoseNoCallBesideHostileOnes)
 {
