@@ -174,7 +174,8 @@ class Command(Program):
         self.assertEqual((outcome.status, outcome.out), (0, "found\n"), outcome.err)
 
     def test_leaves_nothing_in_the_temporary_folder(self) -> None:
-        for before in ([], [WITHOUT_NAMESPACES]):
+        befores: typing.List[typing.List[object]] = [[], [WITHOUT_NAMESPACES]]
+        for before in befores:
             outcome = run(BENCH, "--", "true", before=before, env={**os.environ, "TMPDIR": str(self.folder)})
             self.assertEqual((outcome.status, list(self.folder.iterdir())), (0, []))
 
