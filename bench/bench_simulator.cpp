@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <barrier>
-#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -88,7 +87,7 @@ public:
 
    bool reaches(Node from, Node to)
    {
-      std::ranges::fill(seen_, false);
+      std::fill(seen_.begin(), seen_.end(), false);
       queue_.assign({from});
       seen_[from] = true;
       for (std::size_t i = 0; i < queue_.size(); ++i)
@@ -163,9 +162,15 @@ public:
    explicit Served(const std::string& folder)
    {
       int ready[2];
-      require(::pipe(ready) == 0);
+      int life[2];
+      require(::pipe(ready) == 0 && ::pipe(life) == 0);
       process_ = ::fork();
-      if (process_ == 0) serve(folder, ready[1]);
+      if (process_ == 0) {
+         ::close(life[1]);
+         serve(folder, ready[1], life[0]);
+      }
+      ::close(life[0]);
+      lifeline_ = life[1];
       char byte = 0;
       require(::read(ready[0], &byte, 1) == 1);
       ::close(ready[0]);
@@ -173,7 +178,7 @@ public:
    }
    ~Served()
    {
-      ::kill(process_, SIGTERM);
+      ::close(lifeline_);
       ::waitpid(process_, nullptr, 0);
    }
    Served(const Served&) = delete;
@@ -188,19 +193,23 @@ public:
    }
 
 private:
-   [[noreturn]] static void serve(const std::string& folder, int ready)
+   [[noreturn]] static void serve(const std::string& folder, int ready, int lifeline)
    {
       Topology topology;
       topology.devices.push_back(
          {"d", {}, {}, {{"from", "k", true, false, {}}, {"to", "k", false, true, {}}}, {}});
       zerova::simulator::Bench bench(topology);
-      Service service(bench, {.endpointDir = folder});
-      require(::write(ready, "r", 1) == 1);
-      service.run();
+      {
+         Service service(bench, {.endpointDir = folder});
+         service.watch(lifeline, [&] { service.stop(); });
+         require(::write(ready, "r", 1) == 1);
+         service.run();
+      }
       ::_exit(0);
    }
 
    pid_t process_ = -1;
+   int lifeline_ = -1; // the process ends when this closes
 };
 
 // Calls in a second of a thousand clients in a hundred threads that begin together.
@@ -241,7 +250,8 @@ void measureLoad(bench::Report& report)
    arguments.uri1 = "/d/from";
    arguments.uri2 = "/D/from/";
    zerova::APIv1_areTerminalURIsEqual_result result;
-   result.__set_success(true);
+   result.success = true;
+   result.__isset.success = true;
    const std::string request = framed(message("areTerminalURIsEqual", T_CALL, arguments));
    const Served served(ours);
    const bench::CannedService canned(
@@ -270,7 +280,7 @@ void measureLoad(bench::Report& report)
 
 int main(int argc, char** argv)
 {
-   bench::Report report("simulator", argc, argv);
+   bench::Report report("bench_simulator", argc, argv);
    measureSearch(report);
    measureLoad(report);
    return report.finish();

@@ -491,7 +491,11 @@ int main(int argc, char** argv)
       app.parse(static_cast<int>(behind - argv), argv);
       if (hasCommand) in.command.assign(behind + 1, argv + argc);
       refuse(hasCommand && in.command.empty(), "no command stands behind --");
-      return perform(in);
+      const int status = perform(in);
+      if (!std::cout.flush())
+         throw Failure(kBroken, "standard output cannot be written to: " +
+                                   std::generic_category().message(errno));
+      return status;
    } catch (const CLI::ParseError& error) {
       return app.exit(error, std::cout, std::cerr) == 0 ? kDone : kWrongUse;
    } catch (const Failure& failure) {

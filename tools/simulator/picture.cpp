@@ -55,9 +55,8 @@ std::string devicesOf(const Topology& topology)
       const Device& device = topology.devices[i];
       text += "  device" + std::to_string(i) + " [label=\"" + escaped(device.name, true);
       for (std::size_t j = 0; j < device.terminals.size(); ++j)
-         text += (j == 0 ? "|{<t" : "|<t") + std::to_string(j) + "> " +
-                 escaped(device.terminals[j].name, true);
-      text += device.terminals.empty() ? "\"];\n" : "}\"];\n";
+         text += "|<t" + std::to_string(j) + "> " + escaped(device.terminals[j].name, true);
+      text += "\"];\n";
    }
    return text;
 }

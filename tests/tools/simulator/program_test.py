@@ -6,6 +6,7 @@ program_test.py BUILD_DIR
 import json
 import os
 import pathlib
+import re
 import signal
 import subprocess
 import sys
@@ -84,6 +85,19 @@ class Use(Program):
         self.assertEqual(run(BENCH, "--no-local", "--tcp", "192.0.2.1").status, 3)
 
 
+    def test_a_full_disk_is_told(self) -> None:
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([str(PROGRAM), "check", str(BENCH)], stdout=full, stderr=subprocess.PIPE, timeout=60,
+                                  check=False)
+        self.assertEqual((done.returncode, done.stderr.decode()),
+                         (4, f"{SAID}standard output cannot be written to: No space left on device\n"))
+
+    def test_a_closed_input_ends_it(self) -> None:
+        words = f"exec {PROGRAM} {BENCH} --endpoint-dir {self.folder}/run <&-"
+        done = subprocess.run(["sh", "-c", words], capture_output=True, timeout=60, check=False)
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
+
+
 class Check(Program):
     def test_a_good_file_is_summed_up(self) -> None:
         outcome = run("check", BENCH)
@@ -160,7 +174,8 @@ class Command(Program):
         self.assertEqual((outcome.status, outcome.out), (0, "found\n"), outcome.err)
 
     def test_leaves_nothing_in_the_temporary_folder(self) -> None:
-        for before in ([], [WITHOUT_NAMESPACES]):
+        befores: typing.List[typing.List[object]] = [[], [WITHOUT_NAMESPACES]]
+        for before in befores:
             outcome = run(BENCH, "--", "true", before=before, env={**os.environ, "TMPDIR": str(self.folder)})
             self.assertEqual((outcome.status, list(self.folder.iterdir())), (0, []))
 
@@ -222,6 +237,18 @@ class Serving(Program):
         outcome = run(BENCH, "--endpoint-dir", "/usr/zerova", before=before)
         self.assertEqual(outcome.status, 3)
         self.assertIn("cannot make the folder /usr/zerova for local endpoints (Permission denied)", outcome.err)
+
+
+class Refusals(unittest.TestCase):
+    def test_each_label_has_words_in_all_languages(self) -> None:
+        sources = "".join(path.read_text() for path in (ROOT / "tools/simulator").glob("*.cpp"))
+        labels = set(re.findall(r'"(kUsageType\w+)"', sources))
+        self.assertGreater(len(labels), 10)
+        dictionaries = sorted((ROOT / "scripts/terms").glob("*/usageTypes.terms.dict.xml"))
+        self.assertEqual(len(dictionaries), 6)
+        for dictionary in dictionaries:
+            words = set(re.findall(r'<term key="(\w+)">[^<]', dictionary.read_text(encoding="utf-8")))
+            self.assertEqual(labels - words, set(), dictionary)
 
 
 class Log(Program):

@@ -8,10 +8,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -216,7 +218,7 @@ TEST(SimulatorClients, GarbageEndsItsOwnConnectionOnly)
    const RunningService running(exampleBench("trigger_bench"));
    const auto good = running.connect();
    for (const std::string& bytes : {std::string(100, '\xFF'), std::string("GET / HTTP/1.0\r\n\r\n"),
-                                   std::string(8, '\0'), WireBytes().raw("no message").frame()})
+                                    std::string(8, '\0'), WireBytes().raw("no message").frame()})
    {
       Stream bad = running.connectRaw();
       writeAll(bad, bytes);
@@ -288,6 +290,61 @@ TEST(SimulatorClients, WhoSaysNothingMakesRoomForOthers)
    EXPECT_FALSE((*running.connect())->isDebug());
    EXPECT_FALSE((*first)->isDebug());
    EXPECT_EQ(readToEnd(silent.front()), "");
+}
+
+TEST(SimulatorClients, WhoDoesNotReadHoldsUpNobodyAndLosesNothing)
+{
+   const RunningService running(exampleBench("trigger_bench"));
+   const std::string request = call("getRoutableDevices");
+   Stream lazy = running.connectRaw();
+   ASSERT_TRUE(writeAll(lazy, request));
+   const std::string length = readUpTo(lazy, 4);
+   const std::string answer =
+      length + readUpTo(lazy, static_cast<unsigned char>(length.at(2)) * 256u +
+                                 static_cast<unsigned char>(length.at(3)));
+   // More than the system takes on the way back before somebody reads.
+   constexpr std::size_t kRequests = 8000;
+   std::thread writer([&] {
+      for (std::size_t i = 0; i < kRequests; ++i)
+         writeAll(lazy, request);
+   });
+   const auto other = running.connect();
+   for (int i = 0; i < 100; ++i)
+      EXPECT_FALSE((*other)->isDebug());
+   const std::string all = readUpTo(lazy, kRequests * answer.size());
+   writer.join();
+   EXPECT_EQ(all.size(), kRequests * answer.size());
+   EXPECT_TRUE(all.ends_with(answer));
+   EXPECT_FALSE((*other)->isDebug());
+}
+
+// The long form, with all the calls of a day, is bench/bench_simulator.cpp.
+TEST(SimulatorClients, ThousandSessionsAtOnceLoseNoCallBesideHostileOnes)
+{
+   RunningService running(exampleBench("trigger_bench"));
+   std::vector<Stream> hostile;
+   for (int i = 0; i < 300; ++i) {
+      hostile.push_back(running.connectRaw());
+      if (i % 3 == 0) writeAll(hostile.back(), std::string(64, '\xFF'));
+      if (i % 3 == 1) writeAll(hostile.back(), WireBytes().i32(1000).raw("half").bytes());
+   }
+   constexpr std::size_t kThreads = 4;
+   constexpr std::size_t kOfEach = 250;
+   constexpr std::size_t kCalls = 10;
+   std::atomic<std::size_t> answers = 0;
+   std::vector<std::thread> threads;
+   for (std::size_t t = 0; t < kThreads; ++t)
+      threads.emplace_back([&] {
+         std::vector<std::unique_ptr<Client>> clients;
+         for (std::size_t i = 0; i < kOfEach; ++i)
+            clients.push_back(running.connect());
+         for (std::size_t call = 0; call < kCalls; ++call)
+            for (const auto& client : clients)
+               answers += (*client)->areTerminalURIsEqual("/timer1/pulse", "/clock/pulse/") ? 1 : 0;
+      });
+   for (std::thread& thread : threads)
+      thread.join();
+   EXPECT_EQ(answers, kThreads * kOfEach * kCalls);
 }
 
 TEST(SimulatorLog, HasEveryCallWithItsArgumentsAndOutcome)
