@@ -18,7 +18,7 @@ namespace {
 constexpr std::string_view kNoSentence = "Error description not found";
 
 // The time for a text that was made to collide grows with the square of its length.
-constexpr std::size_t kLongestJson = 64 * 1024;
+constexpr std::size_t kLongestJson = std::size_t{64} * 1024;
 
 char* QUELERR_CALL giveMemory(void*, std::size_t length, void*, quelerr_Status* status)
 {

@@ -11,6 +11,7 @@
 #include <iterator>
 #include <optional>
 #include <sstream>
+#include <system_error>
 
 namespace zerovactl {
 
@@ -43,7 +44,8 @@ std::string contentOf(const std::string& thing)
       content << file.rdbuf();
       if (file && !content.str().empty()) return content.str();
    }
-   throw Failure(kFailed, shown(name) + ": " + (errno != 0 ? std::strerror(errno) : "it is empty"));
+   throw Failure(kFailed, shown(name) + ": " +
+                             (errno != 0 ? std::generic_category().message(errno) : "it is empty"));
 }
 
 Json asJson(const std::vector<Row>& rows)

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace zerovactl {
@@ -71,7 +72,7 @@ Setting read(const std::string& key, const std::string& name, bool of32Bit)
    if (failure == kNotThere)
       setting.problem = "not set";
    else if (failure != 0)
-      setting.problem = std::strerror(static_cast<int>(failure));
+      setting.problem = std::generic_category().message(static_cast<int>(failure));
    return setting;
 }
 

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <ctime>
 #include <iostream>
+#include <system_error>
 
 namespace zerovactl {
 
@@ -128,8 +129,8 @@ void Output::flush()
       std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
    if (isWritten) return;
    if (errno == EPIPE) throw ReaderGone();
-   throw Failure(kFailed,
-                 std::string("standard output cannot be written: ") + std::strerror(errno));
+   throw Failure(kFailed, std::string("standard output cannot be written: ") +
+                             std::generic_category().message(errno));
 }
 
 void Output::message(const std::string& text)

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <system_error>
 
 namespace zerovactl {
 
@@ -34,7 +35,7 @@ std::string numberText(double number, int digits)
 
 std::string systemText(int failure)
 {
-   return std::strerror(failure);
+   return std::generic_category().message(failure);
 }
 
 class Opening

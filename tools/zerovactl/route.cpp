@@ -96,7 +96,7 @@ std::vector<Hop> wayOf(Session& session, std::int32_t ticket)
    {
       Hop hop;
       hop.device = zerovaapi_DeviceIterator_getDeviceName(devices.get(), at);
-      const auto terminals = zerovaapi_DeviceIterator_getTerminalContainer(devices.get(), at);
+      auto* const terminals = zerovaapi_DeviceIterator_getTerminalContainer(devices.get(), at);
       for (auto i = zerovaapi_TerminalContainer_begin(terminals);
            !zerovaapi_TerminalIterator_isEnd(terminals, i); zerovaapi_TerminalIterator_next(&i))
       {

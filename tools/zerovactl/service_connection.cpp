@@ -7,6 +7,7 @@
 #include <cstring>
 #include <future>
 #include <string_view>
+#include <system_error>
 #include <thread>
 
 namespace zerovactl {
@@ -62,7 +63,7 @@ private:
       if (failure != 0) throw ConnectionFailure("the connection was closed");
    }
 
-   std::size_t finish(platform::PipeTransfer& transfer, Moment until)
+   std::size_t finish(platform::PipeTransfer& transfer, Moment until) const
    {
       std::int32_t left = 0;
       try {
@@ -112,7 +113,7 @@ public:
       } else if (start == platform::ConnectStart::failed && failure == 0) {
          failure = ECONNREFUSED;
       }
-      if (failure != 0) throw ConnectionFailure(std::strerror(failure));
+      if (failure != 0) throw ConnectionFailure(std::generic_category().message(failure));
    }
 
    std::size_t receive(char* bytes, std::size_t size, Moment until) override
@@ -198,7 +199,8 @@ std::uint16_t askLocator(Connection& connection, Moment until)
       for (const std::string_view key : {"Mapping=", "Port="}) {
          if (text.substr(0, key.size()) != key) continue;
          // As the library reads it: its low 16 bits.
-         const auto port = static_cast<std::uint16_t>(std::atol(text.data() + key.size()) & 0xFFFF);
+         const auto port =
+            static_cast<std::uint16_t>(std::strtol(text.data() + key.size(), nullptr, 10) & 0xFFFF);
          if (port == 0) throw ConnectionFailure("the locator names no port for Trevanta/Zerova");
          return port;
       }

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <system_error>
 
 namespace zerovactl {
 
@@ -121,7 +122,8 @@ private:
       std::ifstream file(path, std::ios::binary);
       if (!file) {
          findings_.push_back(
-            {name, 0, 0, std::string("cannot be opened: ") + std::strerror(errno)});
+            {name, 0, 0,
+             std::string("cannot be opened: ") + std::generic_category().message(errno)});
          return;
       }
       const std::string content{std::istreambuf_iterator<char>(file), {}};

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <system_error>
 
 namespace zerovactl {
 
@@ -45,7 +46,8 @@ void TraceWriter::require(const char* what)
 {
    if (!file_)
       throw Failure(kFailed, shown(name_) + " " + what + ": " +
-                                (errno != 0 ? std::strerror(errno) : "the write has failed"));
+                                (errno != 0 ? std::generic_category().message(errno)
+                                            : "the write has failed"));
 }
 
 void TraceWriter::write(const TraceEvent& event)
@@ -70,7 +72,8 @@ TraceReader::TraceReader(const std::string& name)
    file_.open(name, std::ios::binary);
    std::string line(sizeof kFirstLine - 1, '\0');
    file_.read(line.data(), static_cast<std::streamsize>(line.size()));
-   if (!file_ && errno != 0) throw Failure(kFailed, shown(name) + ": " + std::strerror(errno));
+   if (!file_ && errno != 0)
+      throw Failure(kFailed, shown(name) + ": " + std::generic_category().message(errno));
    if (line != kFirstLine)
       throw Failure(kFailed, shown(name) + " is no record of \"zerovactl trace\"");
 }

@@ -31,15 +31,24 @@ std::string modeText(mode_t mode)
    return text;
 }
 
+// Of the account database, with all members of a group.
+constexpr std::size_t kRoomForAnEntry = std::size_t{64} * 1024;
+
 std::string userName(uid_t id)
 {
-   const passwd* const user = getpwuid(id);
-   return user ? user->pw_name : std::to_string(id);
+   passwd user = {};
+   passwd* found = nullptr;
+   std::vector<char> room(kRoomForAnEntry);
+   getpwuid_r(id, &user, room.data(), room.size(), &found);
+   return found ? found->pw_name : std::to_string(id);
 }
 
 std::string groupName(gid_t id)
 {
-   const group* const found = getgrgid(id);
+   group entry = {};
+   group* found = nullptr;
+   std::vector<char> room(kRoomForAnEntry);
+   getgrgid_r(id, &entry, room.data(), room.size(), &found);
    return found ? found->gr_name : std::to_string(id);
 }
 

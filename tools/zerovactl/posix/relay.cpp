@@ -19,6 +19,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -61,7 +62,7 @@ private:
 Descriptor newSocket(int family)
 {
    Descriptor made(socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-   if (made.get() < 0) throw ConnectionFailure(std::strerror(errno));
+   if (made.get() < 0) throw ConnectionFailure(std::generic_category().message(errno));
    return made;
 }
 
@@ -102,7 +103,8 @@ Descriptor connectToPath(const std::string& path)
       poll(nullptr, 0, 10);
       failure = connectOnce(made, address);
    }
-   if (failure != 0) throw ConnectionFailure(path + ": " + std::strerror(failure));
+   if (failure != 0)
+      throw ConnectionFailure(path + ": " + std::generic_category().message(failure));
    return made;
 }
 
@@ -117,7 +119,7 @@ Descriptor connectToHost(std::uint32_t host, std::uint16_t port)
    }
    if (failure != 0)
       throw ConnectionFailure(dotted(host) + ":" + std::to_string(port) + ": " +
-                              std::strerror(failure));
+                              std::generic_category().message(failure));
    // Small calls come one by one; none may wait for the one before it to be acknowledged.
    const int on = 1;
    setsockopt(made.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -145,7 +147,8 @@ Descriptor listenAt(int family, const Address& address, const std::string& name)
    if (family == AF_INET) setsockopt(made.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
    const auto* const general = reinterpret_cast<const sockaddr*>(&address);
    if (bind(made.get(), general, sizeof address) != 0 || listen(made.get(), SOMAXCONN) != 0)
-      throw Failure(kFailed, "cannot listen at " + shown(name) + ": " + std::strerror(errno));
+      throw Failure(kFailed, "cannot listen at " + shown(name) + ": " +
+                                std::generic_category().message(errno));
    return made;
 }
 
@@ -230,7 +233,8 @@ public:
       : sink_(std::move(sink))
    {
       int ends[2];
-      if (pipe2(ends, O_CLOEXEC) != 0) throw Failure(kFailed, std::strerror(errno));
+      if (pipe2(ends, O_CLOEXEC) != 0)
+         throw Failure(kFailed, std::generic_category().message(errno));
       stopped_ = Descriptor(ends[0]);
       stop_ = Descriptor(ends[1]);
       try {

@@ -14,6 +14,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace zerovactl {
@@ -95,7 +96,8 @@ DefaultPipeSignal::~DefaultPipeSignal()
 TemporaryFolder::TemporaryFolder()
    : path_((std::filesystem::temp_directory_path() / "zerovactl.XXXXXX").string())
 {
-   if (!mkdtemp(path_.data())) throw Failure(kFailed, path_ + ": " + std::strerror(errno));
+   if (!mkdtemp(path_.data()))
+      throw Failure(kFailed, path_ + ": " + std::generic_category().message(errno));
 }
 
 TemporaryFolder::~TemporaryFolder()
