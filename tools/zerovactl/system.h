@@ -73,9 +73,9 @@ public:
    };
    // kNone when the time is over, kOther when the other descriptor, if there is one, can be read.
    // The second signal ends the process wherever it is.
-   Cause wait(std::chrono::milliseconds time, int other = -1);
+   Cause wait(std::chrono::milliseconds time, int other = -1) const;
    // What to end with after a signal.
-   int exitStatus() const;
+   static int exitStatus();
 
 private:
    bool watchesInput_;

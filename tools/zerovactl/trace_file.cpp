@@ -80,12 +80,14 @@ TraceReader::TraceReader(const std::string& name)
 
 bool TraceReader::read(TraceEvent& event)
 {
-   const Failure isCut(kFailed, shown(name_) + " ends in the middle of an event; what stands "
-                                               "before it has been shown");
+   const auto isCut = [this] {
+      return Failure(kFailed, shown(name_) + " ends in the middle of an event; what stands "
+                                             "before it has been shown");
+   };
    std::string header(kHeaderSize, '\0');
    file_.read(header.data(), kHeaderSize);
    if (file_.gcount() == 0) return false;
-   if (!file_) throw isCut;
+   if (!file_) throw isCut();
    const std::uint64_t kind = numberAt(header, 12, 1);
    const std::uint64_t length = numberAt(header, 13, 4);
    if (kind < 1 || kind > 5 || length > kLongestEvent)
@@ -98,7 +100,7 @@ bool TraceReader::read(TraceEvent& event)
    event.kind = static_cast<TraceKind>(kind);
    event.bytes.resize(length);
    file_.read(event.bytes.data(), static_cast<std::streamsize>(length));
-   if (!file_) throw isCut;
+   if (!file_) throw isCut();
    return true;
 }
 

@@ -52,11 +52,10 @@ bool isTerminal(int descriptor)
 
 bool terminalTakesUtf8(std::string& name)
 {
-   const char* const locale = std::setlocale(LC_CTYPE, "");
-   name = nl_langinfo(CODESET);
-   const bool is = name == "UTF-8";
-   if (locale) std::setlocale(LC_CTYPE, "C");
-   return is;
+   const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+   name = locale ? nl_langinfo_l(CODESET, locale) : "ANSI_X3.4-1968";
+   if (locale) freelocale(locale);
+   return name == "UTF-8";
 }
 
 std::filesystem::path programPath()
@@ -125,7 +124,7 @@ EndRequest::~EndRequest()
    close(signalPipe[1]);
 }
 
-EndRequest::Cause EndRequest::wait(std::chrono::milliseconds time, int other)
+EndRequest::Cause EndRequest::wait(std::chrono::milliseconds time, int other) const
 {
    using Clock = std::chrono::steady_clock;
    const auto end = Clock::now() + time;
@@ -144,7 +143,7 @@ EndRequest::Cause EndRequest::wait(std::chrono::milliseconds time, int other)
    return Cause::kSignal;
 }
 
-int EndRequest::exitStatus() const
+int EndRequest::exitStatus()
 {
    return 128 + static_cast<int>(lastSignal);
 }
