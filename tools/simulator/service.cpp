@@ -400,8 +400,10 @@ private:
          reinterpret_cast<std::uint8_t*>(const_cast<char*>(message.data())),
          static_cast<std::uint32_t>(message.size()));
       const auto out = std::make_shared<TMemoryBuffer>();
+      // Texts and lists cannot be longer than the request, whatever length they announce.
+      const auto limit = static_cast<std::int32_t>(message.size());
       try {
-         processor_.process(std::make_shared<TBinaryProtocol>(in),
+         processor_.process(std::make_shared<TBinaryProtocol>(in, limit, limit, false, true),
                             std::make_shared<TBinaryProtocol>(out), nullptr);
       } catch (const std::exception&) {
          // The client does not speak the protocol.
