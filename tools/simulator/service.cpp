@@ -238,7 +238,7 @@ private:
    {
    };
 
-   void add(int descriptor, Source* source)
+   void add(int descriptor, Source* source) const
    {
       epoll_event event{};
       event.events = EPOLLIN;
@@ -463,7 +463,7 @@ private:
       if (!client.in.empty() && !client.isDeaf) takeKept(client);
    }
 
-   void listenTo(Client& client)
+   void listenTo(Client& client) const
    {
       std::uint32_t wanted = client.isWaiting ? 0U : std::uint32_t{EPOLLIN};
       if (!client.out.empty() && !client.isWaiting) wanted = EPOLLOUT;
@@ -495,7 +495,7 @@ private:
       }
    }
 
-   void log(Json event)
+   void log(const Json& event) const
    {
       if (!log_) return;
       Json timed = {{"time", timeNow()}};
@@ -517,7 +517,7 @@ private:
       event["duration_us"] =
          std::chrono::duration_cast<std::chrono::microseconds>(duration).count();
       if (fault) event["fault"] = nameOf(fault->action);
-      log(std::move(event));
+      log(event);
    }
 
    Bench& bench_;
