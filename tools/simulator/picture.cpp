@@ -13,8 +13,6 @@
 #include <system_error>
 #include <utility>
 
-extern char** environ;
-
 namespace zerova::simulator {
 
 namespace {

@@ -91,7 +91,7 @@ void RouteSearch::addListedConnections(std::size_t device)
       ports_[nodeNamed(connection.from)].edges.push_back({nodeNamed(connection.to), device});
 }
 
-std::size_t RouteSearch::indexOf(const State& state, const Task& task) const
+std::size_t RouteSearch::indexOf(const State& state, const Task& task)
 {
    return std::size_t{state.node} * task.stages + state.stage;
 }

@@ -109,7 +109,7 @@ private:
    void addDefaultConnections(std::size_t device);
    void addListedConnections(std::size_t device);
 
-   std::size_t indexOf(const State& state, const Task& task) const;
+   static std::size_t indexOf(const State& state, const Task& task);
    static std::optional<std::uint32_t> stageAt(const Task& task, std::uint32_t stage,
                                                std::size_t line);
    std::optional<State> arrival(const Task& task, const State& from, Node to) const;

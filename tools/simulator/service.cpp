@@ -238,7 +238,7 @@ private:
    {
    };
 
-   void add(int descriptor, Source* source)
+   void add(int descriptor, Source* source) const
    {
       epoll_event event{};
       event.events = EPOLLIN;
@@ -400,8 +400,10 @@ private:
          reinterpret_cast<std::uint8_t*>(const_cast<char*>(message.data())),
          static_cast<std::uint32_t>(message.size()));
       const auto out = std::make_shared<TMemoryBuffer>();
+      // Texts and lists cannot be longer than the request, whatever length they announce.
+      const auto limit = static_cast<std::int32_t>(message.size());
       try {
-         processor_.process(std::make_shared<TBinaryProtocol>(in),
+         processor_.process(std::make_shared<TBinaryProtocol>(in, limit, limit, false, true),
                             std::make_shared<TBinaryProtocol>(out), nullptr);
       } catch (const std::exception&) {
          // The client does not speak the protocol.
@@ -461,7 +463,7 @@ private:
       if (!client.in.empty() && !client.isDeaf) takeKept(client);
    }
 
-   void listenTo(Client& client)
+   void listenTo(Client& client) const
    {
       std::uint32_t wanted = client.isWaiting ? 0U : std::uint32_t{EPOLLIN};
       if (!client.out.empty() && !client.isWaiting) wanted = EPOLLOUT;
@@ -493,7 +495,7 @@ private:
       }
    }
 
-   void log(Json event)
+   void log(const Json& event) const
    {
       if (!log_) return;
       Json timed = {{"time", timeNow()}};
@@ -515,7 +517,7 @@ private:
       event["duration_us"] =
          std::chrono::duration_cast<std::chrono::microseconds>(duration).count();
       if (fault) event["fault"] = nameOf(fault->action);
-      log(std::move(event));
+      log(event);
    }
 
    Bench& bench_;

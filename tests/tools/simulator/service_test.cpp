@@ -11,6 +11,7 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -225,6 +226,44 @@ TEST(SimulatorClients, GarbageEndsItsOwnConnectionOnly)
       readToEnd(bad); // until the service ends it
       EXPECT_FALSE((*good)->isDebug());
    }
+}
+
+// The most memory that the process has held at once, in kB.
+std::size_t peakMemory()
+{
+   std::ifstream status("/proc/self/status");
+   for (std::string word; status >> word;)
+      if (word == "VmHWM:") {
+         std::size_t kilobytes = 0;
+         status >> kilobytes;
+         return kilobytes;
+      }
+   ADD_FAILURE() << "no VmHWM";
+   return 0;
+}
+
+TEST(SimulatorClients, LengthsThatLieCostNoMemory)
+{
+   const RunningService running(exampleBench("trigger_bench"));
+   const std::size_t before = peakMemory();
+   const std::string lies[] = {
+      WireBytes().raw("no message").frame(),
+      WireBytes()
+         .message(test::wire::kCall, "validateTerminalURI")
+         .field(test::wire::kString, 1)
+         .i32(0x7FFFFFFF)
+         .frame(),
+      WireBytes()
+         .message(test::wire::kCall, "getTerminalNamesAndAttributesForDevice")
+         .field(test::wire::kList, 2)
+         .listHeader(test::wire::kString, 0x7FFFFFFF)
+         .frame()};
+   for (const std::string& lie : lies) {
+      Stream bad = running.connectRaw();
+      ASSERT_TRUE(writeAll(bad, lie));
+      readToEnd(bad);
+   }
+   EXPECT_LT(peakMemory(), before + 65536);
 }
 
 TEST(SimulatorClients, UnknownMethodIsAnsweredInTheProtocol)
