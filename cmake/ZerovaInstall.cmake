@@ -26,6 +26,10 @@ if(WIN32)
 elseif(NOT ZEROVA_BUILD_EXAMPLES)
    list(REMOVE_ITEM folders "${ZEROVA_INSTALL_PROGRAMSDIR}")
 endif()
+if(ZEROVA_BUILD_TOOLS)
+   list(APPEND folders "${CMAKE_INSTALL_BINDIR}" "${CMAKE_INSTALL_MANDIR}/man1"
+      "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
+endif()
 configure_file(cmake/prepare_install.cmake.in "${PROJECT_BINARY_DIR}/prepare_install.cmake" @ONLY)
 install(SCRIPT "${PROJECT_BINARY_DIR}/prepare_install.cmake" ALL_COMPONENTS)
 

@@ -106,14 +106,15 @@ class Components(Scratch):
         return {path for path in tree(self.prefix) if not (self.prefix / path).is_dir()}
 
     def test_each_file_is_of_one_component(self):
-        runtime, development, doc = map(self.installed, ("runtime", "development", "doc"))
+        runtime, development, doc, tools = map(self.installed, ("runtime", "development", "doc", "tools"))
         self.prefix = self.scratch / "all"
         self.install()
         everything = {path for path in tree(self.prefix) if not (self.prefix / path).is_dir()}
-        self.assertEqual(runtime | development | doc, everything)
-        self.assertEqual(len(runtime) + len(development) + len(doc), len(everything))
+        self.assertEqual(runtime | development | doc | tools, everything)
+        self.assertEqual(len(runtime) + len(development) + len(doc) + len(tools), len(everything))
         self.assertTrue(all(not path.endswith((".so", ".h", ".pc", ".cmake")) for path in runtime), runtime)
         self.assertTrue(all(path.startswith("share/doc/") for path in doc), doc)
+        self.assertIn("bin/zerova-simulator", tools)
 
 
 class Uninstall(Scratch):

@@ -16,7 +16,7 @@ from consumers import Installation, must, only, run
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PACKAGES = pathlib.Path(sys.argv[1])
 AGAIN = pathlib.Path(sys.argv[2])
-NAMES = ("libzerovaapi1", "libzerovaapi-dev", "libzerovaapi-doc")
+NAMES = ("libzerovaapi1", "libzerovaapi-dev", "libzerovaapi-doc", "zerovaapi-tools")
 PYTHON = "python3-zerovaapi"
 RUNTIME = ("libc6", "libgcc-s1", "libstdc++6")
 # What the build has linked in, or reads, is nobody's to install.
@@ -88,7 +88,7 @@ class Dependencies(unittest.TestCase):
         needed = {name: {re.match(r"\s*(\S+)", part)[1] for part in fields(name).get("Depends", "").split(",") if part}
                   for name in NAMES}
         self.assertEqual(needed, {"libzerovaapi1": set(RUNTIME), "libzerovaapi-dev": {"libzerovaapi1"},
-                                  "libzerovaapi-doc": set()})
+                                  "libzerovaapi-doc": set(), "zerovaapi-tools": {"libzerovaapi1", *RUNTIME}})
 
     def test_of_python_are_the_library_and_the_interpreter(self):
         version = fields(PYTHON)["Version"]
@@ -148,6 +148,11 @@ class Root(unittest.TestCase):
     def test_consumers_build_and_run(self):
         self.install()
         Installation(self.root / "usr", self.scratch).check()
+
+    def test_the_simulator_runs(self):
+        self.install()
+        must(self.root / "usr/bin/zerova-simulator", "check",
+             self.root / "usr/share/doc/libzerovaapi-dev/examples/benches/trigger_bench.toml")
 
     def test_the_library_is_held_to_its_promises(self):
         self.install()

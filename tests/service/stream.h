@@ -105,6 +105,7 @@ public:
 
    std::uint16_t port() const { return port_; }                    // 0 for a local endpoint
    const std::string& description() const { return description_; } // "127.0.0.1:3580" or the file
+   NativeHandle handle() const { return handle_; } // for servers that wait for several things
 
 private:
    Listener() = default;

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <grp.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,7 +19,9 @@ constexpr uid_t kNobody = 65534;
 bool giveUpRights()
 {
    if (::geteuid() != 0) return true;
-   return ::setgroups(0, nullptr) == 0 && ::setgid(kNobody) == 0 && ::setuid(kNobody) == 0;
+   // What gave up rights may not look at itself in /proc; what the account starts may.
+   return ::setgroups(0, nullptr) == 0 && ::setgid(kNobody) == 0 && ::setuid(kNobody) == 0 &&
+          ::prctl(PR_SET_DUMPABLE, 1) == 0;
 }
 
 bool writeAll(int descriptor, const std::string& text)

@@ -1,0 +1,239 @@
+#include "tools/zerovactl/service_connection.h"
+
+#include "tools/zerovactl/system.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <future>
+#include <string_view>
+#include <system_error>
+#include <thread>
+
+namespace zerovactl {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+std::int32_t leftUntil(Moment until)
+{
+   const auto left = std::chrono::ceil<milliseconds>(until - std::chrono::steady_clock::now());
+   if (left.count() <= 0) throw ConnectionSilent("no answer");
+   return static_cast<std::int32_t>(left.count());
+}
+
+class PipeConnection : public Connection
+{
+public:
+   explicit PipeConnection(platform::Handle pipe)
+      : pipe_(pipe)
+   {
+      require(platform::createEvent(event_));
+   }
+   ~PipeConnection() override
+   {
+      platform::closeEvent(event_);
+      platform::closePipe(pipe_);
+   }
+   PipeConnection(const PipeConnection&) = delete;
+   PipeConnection& operator=(const PipeConnection&) = delete;
+
+   std::size_t receive(char* bytes, std::size_t size, Moment until) override
+   {
+      platform::PipeTransfer transfer{event_};
+      require(platform::startRead(pipe_, bytes, static_cast<std::uint32_t>(size), transfer));
+      return finish(transfer, until);
+   }
+
+   void send(const std::string& bytes, Moment until) override
+   {
+      std::size_t sent = 0;
+      while (sent < bytes.size()) {
+         platform::PipeTransfer transfer{event_};
+         require(platform::startWrite(pipe_, bytes.data() + sent,
+                                      static_cast<std::uint32_t>(bytes.size() - sent), transfer));
+         sent += finish(transfer, until);
+      }
+   }
+
+private:
+   static void require(int failure)
+   {
+      if (failure != 0) throw ConnectionFailure("the connection was closed");
+   }
+
+   std::size_t finish(platform::PipeTransfer& transfer, Moment until) const
+   {
+      std::int32_t left = 0;
+      try {
+         left = leftUntil(until);
+      } catch (...) {
+         platform::cancelTransfer(pipe_, transfer);
+         throw;
+      }
+      if (platform::waitForTransfer(transfer, left).result != platform::TransferWait::ended) {
+         platform::cancelTransfer(pipe_, transfer);
+         throw ConnectionSilent("no answer");
+      }
+      std::uint32_t count = 0;
+      require(platform::finishTransfer(pipe_, transfer, false, count));
+      return count;
+   }
+
+   platform::Handle pipe_;
+   platform::Handle event_ = platform::kInvalidHandle;
+};
+
+class SocketConnection : public Connection
+{
+public:
+   SocketConnection()
+      : socket_((platform::startSockets(), platform::createTcpSocket()))
+   {
+      if (socket_ == platform::kInvalidSocket || !platform::setNonBlocking(socket_))
+         throw ConnectionFailure("no socket to be had");
+   }
+   ~SocketConnection() override
+   {
+      platform::closeSocket(socket_);
+      platform::stopSockets();
+   }
+   SocketConnection(const SocketConnection&) = delete;
+   SocketConnection& operator=(const SocketConnection&) = delete;
+
+   void connect(std::uint32_t address, std::uint16_t port, Moment until)
+   {
+      errno = 0;
+      const auto start = platform::startConnect(socket_, address, port);
+      int failure = start == platform::ConnectStart::failed ? errno : 0;
+      if (start == platform::ConnectStart::underWay) {
+         wait(true, until);
+         failure = pendingError(socket_);
+      } else if (start == platform::ConnectStart::failed && failure == 0) {
+         failure = ECONNREFUSED;
+      }
+      if (failure != 0) throw ConnectionFailure(std::generic_category().message(failure));
+   }
+
+   std::size_t receive(char* bytes, std::size_t size, Moment until) override
+   {
+      wait(false, until);
+      const std::int32_t count =
+         platform::receiveBytes(socket_, bytes, static_cast<std::int32_t>(size));
+      if (count <= 0) throw ConnectionFailure("the connection was closed");
+      return static_cast<std::size_t>(count);
+   }
+
+   void send(const std::string& bytes, Moment until) override
+   {
+      std::size_t sent = 0;
+      while (sent < bytes.size()) {
+         wait(true, until);
+         const std::int32_t count = platform::sendBytes(
+            socket_, bytes.data() + sent, static_cast<std::int32_t>(bytes.size() - sent));
+         if (count < 0) throw ConnectionFailure("the connection was closed");
+         sent += static_cast<std::size_t>(count);
+      }
+   }
+
+private:
+   void wait(bool forRoom, Moment until)
+   {
+      platform::SocketWatch watch = {socket_, !forRoom, forRoom, forRoom};
+      if (platform::waitForSockets(&watch, 1, leftUntil(until)) != platform::SocketWait::ready)
+         throw ConnectionSilent("no answer");
+   }
+
+   platform::Socket socket_;
+};
+
+std::string receiveExactly(Connection& connection, std::size_t size, Moment until)
+{
+   std::string bytes(size, '\0');
+   std::size_t count = 0;
+   while (count < size)
+      count += connection.receive(bytes.data() + count, size - count, until);
+   return bytes;
+}
+
+} // namespace
+
+std::unique_ptr<Connection> connectionOver(platform::Handle pipe)
+{
+   return std::make_unique<PipeConnection>(pipe);
+}
+
+std::unique_ptr<Connection> connectTo(std::uint32_t address, std::uint16_t port, Moment until)
+{
+   auto connection = std::make_unique<SocketConnection>();
+   connection->connect(address, port, until);
+   return connection;
+}
+
+Message call(Connection& connection, const std::string& method, const std::string* argument,
+             Moment until)
+{
+   connection.send(encodeCall(method, argument), until);
+   const std::uint32_t length = frameLength(receiveExactly(connection, 4, until));
+   if (length > kLargestFrame)
+      throw ConnectionFailure("it answers, but not in the service's protocol");
+   Message reply = decodeMessage(receiveExactly(connection, length, until));
+   if (!reply.problem.empty())
+      throw ConnectionFailure("it answers, but not in the service's protocol: " + reply.problem);
+   return reply;
+}
+
+std::uint16_t askLocator(Connection& connection, Moment until)
+{
+   connection.send("GET Trevanta%2FZerova HTTP/1.0\r\n\r\n", until);
+   std::string line;
+   for (;;) {
+      const char byte = receiveExactly(connection, 1, until)[0];
+      if (byte != '\n') {
+         if (byte != '\r') line += byte;
+         if (line.size() > 1000) throw ConnectionFailure("what answers is no locator");
+         continue;
+      }
+      const std::string_view text = line;
+      for (const std::string_view key : {"Mapping=", "Port="}) {
+         if (text.substr(0, key.size()) != key) continue;
+         // As the library reads it: its low 16 bits.
+         const auto port =
+            static_cast<std::uint16_t>(std::strtol(text.data() + key.size(), nullptr, 10) & 0xFFFF);
+         if (port == 0) throw ConnectionFailure("the locator names no port for Trevanta/Zerova");
+         return port;
+      }
+      line.clear();
+   }
+}
+
+std::uint32_t addressOf(const std::string& host, std::chrono::seconds time)
+{
+   static constexpr std::uint32_t kNone = 0xFFFFFFFF;
+   if (const auto address = platform::addressOfDottedText(host.c_str()); address != kNone)
+      return address;
+   // The resolver cannot be told to stop; a thread that it holds ends with the process.
+   std::promise<std::uint32_t> promise;
+   auto answer = promise.get_future();
+   std::thread([host, found = std::move(promise)]() mutable {
+      std::uint32_t address = 0;
+      found.set_value(platform::resolveName(host.c_str(), address) ? address : kNone);
+   }).detach();
+   if (answer.wait_for(time) != std::future_status::ready)
+      throw ConnectionSilent("the resolver has not answered in " + std::to_string(time.count()) +
+                             " s");
+   const std::uint32_t address = answer.get();
+   if (address == kNone) throw ConnectionFailure("unknown host");
+   return address;
+}
+
+std::string dotted(std::uint32_t address)
+{
+   std::string text;
+   for (int shift = 24; shift >= 0; shift -= 8)
+      text += (text.empty() ? "" : ".") + std::to_string(address >> shift & 0xFF);
+   return text;
+}
+
+} // namespace zerovactl
