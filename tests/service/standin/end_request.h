@@ -16,6 +16,8 @@ public:
 
    // Returns when standard input has ended or one of the signals has come.
    void wait();
+   // Returns when one of the signals has come, whatever becomes of the input.
+   void waitForSignal();
 
 private:
    int signals_;
