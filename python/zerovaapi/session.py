@@ -31,6 +31,7 @@ class Session:
 
    host: None for this machine, or the name or address of another one.
    immediate: connects to this machine's endpoint for immediate routes.
+
    Blocks for about five seconds where there is no service, and longer as Session.reconnect tells.
    """
 
