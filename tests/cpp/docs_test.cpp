@@ -17,7 +17,7 @@ using zerova::standin::RoutingService;
 TEST(DocsCpp, FirstProgramListsRoutesAndIsRefused)
 {
    const RoutingService service({.local = true});
-   const ProgramOutcome outcome = runProgram(FIRST);
+   const ProgramOutcome outcome = runProgram({FIRST});
    EXPECT_EQ(outcome.exitCode, 1);
    EXPECT_THAT(outcome.output, HasSubstr("timer1 /timer1/pulse source\n"));
    EXPECT_THAT(outcome.output, HasSubstr("timer1 /timer1/gate\n"));
@@ -30,20 +30,20 @@ TEST(DocsCpp, FirstProgramListsRoutesAndIsRefused)
 TEST(DocsCpp, ChainConnects)
 {
    const RoutingService service({.local = true});
-   const ProgramOutcome outcome = runProgram(CHAIN);
+   const ProgramOutcome outcome = runProgram({CHAIN});
    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
 }
 
 TEST(DocsCpp, ChainTellsThatThereIsNoService)
 {
-   const ProgramOutcome outcome = runProgram(CHAIN);
+   const ProgramOutcome outcome = runProgram({CHAIN});
    EXPECT_EQ(outcome.exitCode, 1);
    EXPECT_THAT(outcome.output, StartsWith("not connected: -89168 {"));
 }
 
 TEST(DocsCpp, WordsAreGerman)
 {
-   const ProgramOutcome outcome = runProgram(WORDS " " TEXTS_ROOT);
+   const ProgramOutcome outcome = runProgram({WORDS, TEXTS_ROOT});
    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
    EXPECT_THAT(outcome.output, StartsWith("Ein Parameter"));
    EXPECT_THAT(outcome.output, HasSubstr("The session is closed or was moved from."));

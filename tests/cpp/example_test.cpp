@@ -14,12 +14,10 @@ namespace {
 using testing::HasSubstr;
 using zerova::standin::RoutingService;
 
-const std::string kExample = LIST_AND_ROUTE " " TEXTS_ROOT;
-
 TEST(ListAndRoute, ListsTerminalsMakesARouteAndTellsARefusalInGerman)
 {
    const RoutingService service({.local = true});
-   const ProgramOutcome outcome = runProgram(kExample);
+   const ProgramOutcome outcome = runProgram({LIST_AND_ROUTE, TEXTS_ROOT});
    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
    EXPECT_THAT(outcome.output, HasSubstr("timer1\n"));
    EXPECT_THAT(outcome.output, HasSubstr("   /timer1/pulse, source\n"));
@@ -35,13 +33,13 @@ TEST(ListAndRoute, ReachesAnotherMachine)
 {
    const zerova::test::LoopbackAddress address;
    const RoutingService service({.address = address.text(), .locatorPort = 3580});
-   const ProgramOutcome outcome = runProgram(kExample + " " + address.text());
+   const ProgramOutcome outcome = runProgram({LIST_AND_ROUTE, TEXTS_ROOT, address.text()});
    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
 }
 
 TEST(ListAndRoute, TellsThatThereIsNoService)
 {
-   const ProgramOutcome outcome = runProgram(kExample);
+   const ProgramOutcome outcome = runProgram({LIST_AND_ROUTE, TEXTS_ROOT});
    EXPECT_EQ(outcome.exitCode, 1);
    EXPECT_THAT(outcome.output, HasSubstr("list_and_route: status -89168: {"));
 }

@@ -1,6 +1,7 @@
 #include "exports/peer_session.h"
 #include "service/checked_status.h"
 #include "service/wire_bytes.h"
+#include "support/matches_pattern.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,7 +18,6 @@ namespace {
 using namespace zerova::test;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::MatchesRegex;
 
 constexpr const char* kTerminalMethod = "getTerminalNamesAndAttributesForDevice";
 
@@ -109,11 +109,11 @@ TEST_F(Terminals, AbsentAttributeIsAnInvalidParameterNamingTheStringFunction)
       R"(\{"error_constant":"nTamrixS100::tStatus::kInvalidParameter",)"
       R"("file":"source\\\\zerovaapi\\\\api","line":[1-9][0-9]*,"component":"zerovaapi",)"
       R"("zerovaapi_debug":"Invalid attribute name passed to zerovaapi_getStringAttribute: gone"\})";
-   EXPECT_THAT(status.json(), MatchesRegex(pattern));
+   EXPECT_THAT(status.json(), MatchesPattern(pattern));
    CheckedStatus other;
    EXPECT_FALSE(flag("gone", other));
    EXPECT_EQ(other.code(), -52005);
-   EXPECT_THAT(other.json(), MatchesRegex(pattern));
+   EXPECT_THAT(other.json(), MatchesPattern(pattern));
 }
 
 TEST_F(Terminals, AttributeOfTheOtherTypeIsReportedAsAnAbsentOne)

@@ -84,7 +84,7 @@ Outcome runOn(const std::string& program, const Script& script)
    const RawPeer plain(Listener::local("com.zerova"), script);
    const RawPeer immediate(Listener::local("com.zerova.immediate"), script);
    const RemotePeer remote(script);
-   const ProgramOutcome outcome = runProgram(program + " " + remote.host());
+   const ProgramOutcome outcome = runProgram({program, remote.host()});
    Outcome told{outcome.exitCode, outcome.output, {}};
    for (const std::string& frame : plain.frames())
       told.methods.push_back(methodOf(frame));

@@ -1,16 +1,15 @@
 // The library as a plug-in of a long-lived host: loaded, asked, and let go of, over and over.
 #include "lorvex_translator.h"
+#include "support/heap_in_use.h"
+#include "support/library.h"
 #include "support/open_descriptors.h"
 
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
 #include <string>
 
 #ifdef __SANITIZE_ADDRESS__
 extern "C" int __lsan_do_recoverable_leak_check();
-#else
-#include <malloc.h>
 #endif
 
 namespace {
@@ -29,45 +28,35 @@ size_t heapGrowth(int rounds, Action action)
       action();
    return __lsan_do_recoverable_leak_check() ? SIZE_MAX : 0;
 #else
-   const auto bytesInUse = [] {
-      const struct mallinfo2 info = mallinfo2();
-      return info.uordblks + info.hblkhd;
-   };
-   const size_t before = bytesInUse();
+   const size_t before = heapBytesInUse();
    for (int i = 0; i < rounds; ++i)
       action();
-   const size_t after = bytesInUse();
+   const size_t after = heapBytesInUse();
    return after > before ? after - before : 0;
 #endif
-}
-
-bool isLoaded()
-{
-   void* const library = dlopen(ZEROVAAPI_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
-   if (library) dlclose(library);
-   return library != nullptr;
 }
 
 // Loads the library, lets it fail once, so that every layer of a report has run, and lets go of it.
 // Returns the code of the failure.
 int32_t loadAskAndUnload()
 {
-   void* const library = dlopen(ZEROVAAPI_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+   char reason[256];
+   void* const library = loadLibrary(ZEROVAAPI_LIBRARY, false, reason, sizeof reason);
    if (!library) return 0;
-   const auto create =
-      reinterpret_cast<decltype(&lorvex_exported_create)>(dlsym(library, "lorvex_exported_create"));
+   const auto create = reinterpret_cast<decltype(&lorvex_exported_create)>(
+      findFunction(library, "lorvex_exported_create"));
    quelerr_Status status;
    quelerr_heapStatus_init(&status);
    if (create) create("wrong", "{}", &status);
    quelerr_heapStatus_release(&status);
-   dlclose(library);
+   unloadLibrary(library);
    return status.code;
 }
 
 TEST(Load, UnloadingTakesTheLibraryOutOfTheProcess)
 {
    ASSERT_EQ(loadAskAndUnload(), -52005);
-   EXPECT_FALSE(isLoaded());
+   EXPECT_FALSE(isLoaded(ZEROVAAPI_LIBRARY));
 }
 
 TEST(Load, ThousandLoadsLeaveHeapAndDescriptorsAsTheyWere)

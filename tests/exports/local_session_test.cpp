@@ -2,6 +2,7 @@
 #include "exports/peer_session.h"
 #include "service/checked_status.h"
 #include "service/wire_bytes.h"
+#include "support/matches_pattern.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,10 +17,12 @@ namespace {
 using namespace zerova::test;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
-using testing::EndsWith;
-using testing::MatchesRegex;
 
 constexpr milliseconds kLimit(5000);
+
+// Where a pipe has ended before its reading starts, that fails in place of what it would have given.
+constexpr const char* kBrokenRead =
+   R"("Thrift::TTransportException":"(getOverlappedResultWithTimeout|TPipe: read) failed"\}$)";
 
 TEST(LocalSession, UsesThePlainEndpoint)
 {
@@ -105,9 +108,9 @@ TEST(LocalSession, ConnectionThatBreaksIsACommunicationsFaultForEveryFurtherCall
       CheckedStatus failed;
       EXPECT_EQ(zerovaapi_getSystemChangeNumber(session, failed), 0);
       EXPECT_EQ(failed.code(), -52024);
-      EXPECT_THAT(failed.json(), MatchesRegex(R"(.*,"Thrift::TTransportException":".+"\})"));
+      EXPECT_THAT(failed.json(), MatchesPattern(R"(.*,"Thrift::TTransportException":".+"\})"));
       if (i == 0) {
-         EXPECT_THAT(failed.json(), EndsWith(R"("getOverlappedResultWithTimeout failed"})"));
+         EXPECT_THAT(failed.json(), ContainsPattern(kBrokenRead));
       }
    }
    zerovaapi_destroySession(session);
@@ -127,10 +130,10 @@ TEST(LocalSession, WithoutAServiceFailsAfterFiveSecondsAndPrintsNothing)
    EXPECT_EQ(status.code(), -89168);
    EXPECT_THAT(
       status.json(),
-      MatchesRegex(R"(\{"error_constant":"zerova::errors::kErrorZerovaServiceNotAvailable",)"
-                   R"("file":"source\\\\zerovaapi\\\\api","line":[1-9][0-9]*,)"
-                   R"("component":"zerovaapi","Thrift::TTransportException":)"
-                   R"("Unable to open pipe"\})"));
+      MatchesPattern(R"(\{"error_constant":"zerova::errors::kErrorZerovaServiceNotAvailable",)"
+                     R"("file":"source\\\\zerovaapi\\\\api","line":[1-9][0-9]*,)"
+                     R"("component":"zerovaapi","Thrift::TTransportException":)"
+                     R"("Unable to open pipe"\})"));
 }
 
 // Every attempt is a connection here, so they can be counted: 5001 ms hold at most 102 of them.
@@ -140,8 +143,7 @@ TEST(LocalSession, AttemptsAreAboutFiftyMillisecondsApart)
    CheckedStatus status;
    EXPECT_EQ(zerovaapi_createSession(status), nullptr);
    EXPECT_EQ(status.code(), -89168);
-   EXPECT_THAT(status.json(), EndsWith(R"("Thrift::TTransportException":)"
-                                       R"("getOverlappedResultWithTimeout failed"})"));
+   EXPECT_THAT(status.json(), ContainsPattern(kBrokenRead));
    EXPECT_LE(service.connectionCount(), 102u);
    EXPECT_GE(service.connectionCount(), 20u);
 }

@@ -2,6 +2,7 @@
 #include "exports/peer_session.h"
 #include "exports/service_calls.h"
 #include "support/heap_watch.h"
+#include "support/matches_pattern.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,7 +18,6 @@ using testing::AllOf;
 using testing::Each;
 using testing::Ge;
 using testing::Le;
-using testing::MatchesRegex;
 using testing::SizeIs;
 
 constexpr const char* kOutOfMemory =
@@ -70,7 +70,7 @@ TEST_P(EveryCallWithoutMemory, EndsInOutOfMemoryWhicheverAllocationFailsAndTheNe
       EXPECT_EQ(status.status.code, failed ? -52000 : 0);
       if (!failed) continue;
       EXPECT_EQ(told, call.failure);
-      EXPECT_THAT(status.json(), MatchesRegex(kOutOfMemory));
+      EXPECT_THAT(status.json(), MatchesPattern(kOutOfMemory));
       HeapStatus next;
       EXPECT_EQ(call.call(session, &next.status), call.success);
       EXPECT_EQ(next.status.code, 0) << next.json();
@@ -90,10 +90,10 @@ TEST(CallWithoutMemory, SoftwareFaultIsAnyOtherStandardException)
    }
    EXPECT_EQ(status.status.code, -52003);
    EXPECT_THAT(status.json(),
-               MatchesRegex(R"(\{"error_constant":"nTamrixS100::tStatus::kSoftwareFault",)"
-                            R"("file":"source\\\\zerovaapi\\\\api","line":[1-9][0-9]*,)"
-                            R"("component":"zerovaapi",)"
-                            R"("std_exception_what":"not what an allocator throws"\})"));
+               MatchesPattern(R"(\{"error_constant":"nTamrixS100::tStatus::kSoftwareFault",)"
+                              R"("file":"source\\\\zerovaapi\\\\api","line":[1-9][0-9]*,)"
+                              R"("component":"zerovaapi",)"
+                              R"("std_exception_what":"not what an allocator throws"\})"));
 }
 
 TEST(CallWithoutMemory, ExceptionOfAnotherKindLeavesTheFunction)
@@ -126,7 +126,7 @@ TEST(AttributesWithoutMemory, NewObjectIsOutOfMemory)
    }
    EXPECT_EQ(attributes, nullptr);
    EXPECT_EQ(status.status.code, -52000);
-   EXPECT_THAT(status.json(), MatchesRegex(kOutOfMemory));
+   EXPECT_THAT(status.json(), MatchesPattern(kOutOfMemory));
 }
 
 TEST(AttributesWithoutMemory, OwnerNameLetsTheExceptionOut)
@@ -188,7 +188,7 @@ TEST(ReaderWithoutMemory, AttributeReaderIsOutOfMemory)
    }
    EXPECT_EQ(text, nullptr);
    EXPECT_EQ(status.status.code, -52000);
-   EXPECT_THAT(status.json(), MatchesRegex(kOutOfMemory));
+   EXPECT_THAT(status.json(), MatchesPattern(kOutOfMemory));
    zerovaapi_TerminalContainer_destroy(terminals);
 }
 
@@ -228,7 +228,7 @@ TEST(SessionWithoutMemory, IsOutOfMemoryAtOnceWhicheverAllocationFails)
       }
       EXPECT_EQ(session == nullptr, failed);
       EXPECT_EQ(status.status.code, failed ? -52000 : 0) << status.json();
-      EXPECT_THAT(status.json(), MatchesRegex(failed ? kOutOfMemory : ""));
+      EXPECT_THAT(status.json(), MatchesPattern(failed ? kOutOfMemory : ""));
       zerovaapi_destroySession(session);
    }
 }

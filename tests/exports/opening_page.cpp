@@ -89,7 +89,7 @@ std::vector<std::string> linesOfCommands(const std::string& name, const std::str
 {
    const ScratchFolder folder;
    const std::string script = folder.write("commands", commandsOf(name, value));
-   return splitAt('\n', runProgram("bash " + script).output);
+   return splitAt('\n', runProgram({"bash", script}).output);
 }
 
 } // namespace zerova::test

@@ -3,12 +3,12 @@
 #include "service/locator_peer.h"
 #include "service/raw_peer.h"
 #include "service/wire_bytes.h"
+#include "support/library.h"
 #include "zerovaapi.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
-#include <dlfcn.h>
 #include <string>
 
 namespace {
@@ -19,12 +19,12 @@ class Library
 {
 public:
    Library()
-      : handle_(dlopen(ZEROVAAPI_LIBRARY, RTLD_NOW | RTLD_LOCAL))
+      : handle_(loadLibrary(ZEROVAAPI_LIBRARY, false, reason_.data(), reason_.size()))
    {
    }
    ~Library()
    {
-      if (handle_) dlclose(handle_);
+      if (handle_) unloadLibrary(handle_);
    }
    Library(const Library&) = delete;
    Library& operator=(const Library&) = delete;
@@ -32,21 +32,15 @@ public:
    template <typename Function>
    Function* find(const char* name) const
    {
-      return reinterpret_cast<Function*>(dlsym(handle_, name));
-   }
-
-   static bool isLoaded()
-   {
-      void* const library = dlopen(ZEROVAAPI_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
-      if (library) dlclose(library);
-      return library != nullptr;
+      return reinterpret_cast<Function*>(findFunction(handle_, name));
    }
 
 private:
+   std::array<char, 256> reason_{};
    void* const handle_;
 };
 
-char* allocate(void*, size_t length, void* context, quelerr_Status*)
+char* QUELERR_CALL allocate(void*, size_t length, void* context, quelerr_Status*)
 {
    auto* const room = static_cast<std::array<char, 4096>*>(context);
    return length <= room->size() ? room->data() : nullptr;
@@ -97,9 +91,9 @@ TEST(Unload, TakesALibraryThatHasWorkedOutOfTheProcess)
          const Library library;
          EXPECT_EQ(useSession(library, service.host()), 7);
          useTranslator(library);
-         EXPECT_TRUE(Library::isLoaded());
+         EXPECT_TRUE(isLoaded(ZEROVAAPI_LIBRARY));
       }
-      EXPECT_FALSE(Library::isLoaded());
+      EXPECT_FALSE(isLoaded(ZEROVAAPI_LIBRARY));
    }
 }
 

@@ -1,7 +1,7 @@
 // A host that scripts itself, and lends its interpreter to all that it loads.
 #include "hosts/host.h"
 
-#include "hosts/library.h"
+#include "support/library.h"
 #include "service/checked_status.h"
 #include "support/scratch_folder.h"
 

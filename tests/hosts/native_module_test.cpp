@@ -1,11 +1,11 @@
 // Native modules of drivers, in a host that exports no interpreter.
 #include "exports/lua_translator/host.h"
+#include "support/matches_pattern.h"
 
 #include <dlfcn.h>
 
 namespace {
 
-using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -25,7 +25,7 @@ TEST_F(NativeModule, NeedsTheInterpreterAndIsRefusedByTheName)
    EXPECT_THAT(load("local module, why, where = package.loadlib('" NATIVE_MODULE
                     "', 'luaopen_native')\n"
                     "return tostring(module) .. ' ' .. where .. ' ' .. why"),
-               ContainsRegex("^nil open .*: undefined symbol: lua_push"));
+               ContainsPattern("^nil open .*: undefined symbol: lua_push"));
 }
 
 TEST_F(NativeModule, IsRefusedByTheNameWhenItIsRequired)
@@ -73,7 +73,7 @@ TEST_F(NativeModule, ThatLacksTheFunctionIsToldApart)
    EXPECT_THAT(load("local module, why, where = package.loadlib('" NATIVE_MODULE_ALONE
                     "', 'luaopen_another')\n"
                     "return where .. ' ' .. why"),
-               ContainsRegex("^init .*: undefined symbol: luaopen_another"));
+               ContainsPattern("^init .*: undefined symbol: luaopen_another"));
 }
 
 } // namespace

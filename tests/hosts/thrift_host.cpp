@@ -1,7 +1,7 @@
 // A host that talks to services of its own through the system's Thrift, and hears its diagnostics.
 #include "hosts/host.h"
 
-#include "hosts/library.h"
+#include "support/library.h"
 #include "service/checked_status.h"
 
 #include <gmock/gmock.h>

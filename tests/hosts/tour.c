@@ -1,6 +1,6 @@
 #include "hosts/tour.h"
 
-#include "hosts/library.h"
+#include "support/library.h"
 
 #include <stdarg.h>
 #include <stdio.h>

@@ -2,7 +2,7 @@
 // function that ends the process.
 #include "hosts/host.h"
 
-#include "hosts/library.h"
+#include "support/library.h"
 
 #include <algorithm>
 #include <iterator>

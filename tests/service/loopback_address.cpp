@@ -1,6 +1,7 @@
 #include "service/loopback_address.h"
 
 #include <atomic>
+#include <random>
 #include <stdexcept>
 #include <utility>
 
@@ -10,12 +11,14 @@ namespace {
 
 constexpr std::uint16_t kReservationPort = 35800;
 
-// Distinct for all counts of a process until they wrap, and far apart for neighbouring processes.
-// 127.0.x.y is left to people and other programs.
+// Distinct for all counts of a process until they wrap, and far from those of other processes, also of
+// ones that have just ended, as connections to them still may. 127.0.x.y is left to people and other
+// programs.
 std::string candidate(std::uint32_t count)
 {
    constexpr std::uint32_t kLast = 253;
-   const std::uint32_t number = (processNumber() * 7919U + count) % (kLast * kLast * kLast);
+   static const std::uint32_t first = std::random_device()();
+   const std::uint32_t number = (first + count) % (kLast * kLast * kLast);
    return "127." + std::to_string(1 + number / (kLast * kLast)) + "." +
           std::to_string(1 + number / kLast % kLast) + "." + std::to_string(1 + number % kLast);
 }

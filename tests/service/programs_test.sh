@@ -1,12 +1,19 @@
 #!/usr/bin/env bash
 # What the stand-in service promises as a program, and the script that runs the demo.
 #
-#    programs_test.sh BUILD_DIR
+#    programs_test.sh BUILD_DIR [EMULATOR]
+#
+# EMULATOR starts programs of another system, which have no files for their endpoints and no signals.
 set -uo pipefail
 
 build=$1
 here=$(cd "$(dirname "$0")" && pwd)
-service=$build/tests/service/zerova_service_standin
+emulator=("${@:2}")
+if [ ${#emulator[@]} -eq 0 ]; then
+   service=("$build/tests/service/zerova_service_standin")
+else
+   service=("${emulator[@]}" "$build/zerova_service_standin.exe")
+fi
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 failures=0
@@ -27,10 +34,10 @@ run()
 {
    local input=$1
    shift
-   printf '%s' "$input" | "$service" "$@" >"$folder/out" 2>"$folder/err"
+   printf '%s' "$input" | "${service[@]}" "$@" >"$folder/out" 2>"$folder/err"
    code=$?
-   out=$(cat "$folder/out")
-   err=$(cat "$folder/err")
+   out=$(tr -d '\r' <"$folder/out")
+   err=$(tr -d '\r' <"$folder/err")
 }
 
 run "" --help
@@ -67,11 +74,28 @@ expect "TCP alone can be had" "ready  tcp ADDRESS" "$(sed -E 's/127[0-9.]+:[0-9]
 # start: runs a service with its endpoints under $folder/run until its input is closed or it is told.
 start()
 {
-   coproc SERVICE { exec "$service" --address own --endpoint-dir "$folder/run" 2>"$folder/err"; }
+   coproc SERVICE { exec "${service[@]}" --address own --endpoint-dir "$folder/run" 2>"$folder/err"; }
    pid=$!
    exec {input}>&"${SERVICE[1]}" {output}<&"${SERVICE[0]}"
    read -r ready <&"$output"
 }
+
+if [ ${#emulator[@]} -ne 0 ]; then
+   start
+   expect "a service tells that it is ready" "ready  local" "${ready:0:12}"
+   run "" --no-tcp --endpoint-dir "$folder/run"
+   expect "a second service is refused" 1 "$code"
+   expect "the second says why" "another process serves the endpoint" "$(grep -o 'another .* endpoint' <<<"$err")"
+   service_input=${SERVICE[1]}
+   exec {input}>&- {output}<&- {service_input}>&-
+   wait "$pid"
+   expect "the end of its input ends the first well" 0 $?
+   run "" --no-tcp --endpoint-dir "$folder/run"
+   expect "the endpoints are free then" 0 "$code"
+   echo
+   [ "$failures" -eq 0 ] || { echo "$failures failed"; exit 1; }
+   exit 0
+fi
 
 for signal in TERM INT; do
    start
@@ -90,7 +114,7 @@ done
 
 # As a script starts it: in the background, with an input that ends at once.
 mkfifo "$folder/stays"
-"$service" --no-tcp --endpoint-dir "$folder/run" --stay </dev/null >"$folder/stays" &
+"${service[@]}" --no-tcp --endpoint-dir "$folder/run" --stay </dev/null >"$folder/stays" &
 pid=$!
 read -r ready <"$folder/stays"
 # A second one comes after whatever the first does at the end of its input.

@@ -1,17 +1,24 @@
 #!/usr/bin/env bash
 # Starts the stand-in service, takes the tour of the library against it and ends everything again.
 #
-#    run_demo.sh BUILD_DIR [PROGRAM]
+#    run_demo.sh BUILD_DIR [PROGRAM [EMULATOR]]
 #
-# PROGRAM is an example to run in place of the tour. Ends with the exit code of the tour.
+# PROGRAM is an example to run in place of the tour. EMULATOR starts programs of another system.
+# Ends with the exit code of the tour.
 set -euo pipefail
 
 if [ $# -lt 1 ]; then
-   echo "usage: run_demo.sh BUILD_DIR [PROGRAM]" >&2
+   echo "usage: run_demo.sh BUILD_DIR [PROGRAM [EMULATOR]]" >&2
    exit 2
 fi
-service=$1/tests/service/zerova_service_standin
-tour=$1/examples/${2:-route_tour}
+emulator=(${3:+"$3"})
+if [ ${#emulator[@]} -eq 0 ]; then
+   service=$1/tests/service/zerova_service_standin
+   tour=$1/examples/${2:-route_tour}
+else
+   service=$1/zerova_service_standin.exe
+   tour=$1/${2:-route_tour}.exe
+fi
 for program in "$service" "$tour"; do
    if [ ! -x "$program" ]; then
       echo "run_demo.sh: $program is missing; ./dev test builds it in build/test" >&2
@@ -26,7 +33,7 @@ fail()
 }
 
 # The service ends when its input does, so it cannot outlive this script, however that ends.
-coproc SERVICE { exec "$service" --address own; }
+coproc SERVICE { exec "${emulator[@]}" "$service" --address own; }
 service_pid=$!
 # Bash forgets the pipes of a service that has ended already.
 input=${SERVICE[1]:-}
@@ -49,12 +56,13 @@ trap 'exit 143' TERM
 
 # The service prints one line when all its endpoints are open, and none if it cannot open them.
 [ -n "$output" ] && read -r ready <&"$output" || fail "the service did not start"
+ready=${ready%$'\r'}
 [[ $ready =~ tcp\ ([0-9.]+): ]] || fail "the service is ready without TCP: $ready"
 address=${BASH_REMATCH[1]}
 echo "The stand-in service is $ready"
 
 # In the background, so that a signal to this script need not wait for it.
-"$tour" "$address" &
+"${emulator[@]}" "$tour" "$address" &
 tour_pid=$!
 code=0
 wait "$tour_pid" || code=$?

@@ -1,12 +1,15 @@
 #include "support/failing_malloc.h"
 
+#include "support/scratch_folder.h"
+
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdlib>
+#include <fstream>
+#include <string>
 #include <thread>
-#include <unistd.h>
 
 namespace {
 
@@ -14,7 +17,6 @@ namespace {
 void* (*volatile allocate)(size_t) = std::malloc;
 void* (*volatile allocateZeroed)(size_t, size_t) = std::calloc;
 void* (*volatile reallocate)(void*, size_t) = std::realloc;
-void* (*volatile allocateAligned)(size_t, size_t) = std::aligned_alloc;
 
 bool succeeds()
 {
@@ -53,19 +55,18 @@ TEST(FailingMalloc, AllBehindTheChosenOneFailIfAsked)
 
 TEST(FailingMalloc, EveryKindOfAllocationCountsAndFails)
 {
-   void* blocks[4];
+   void* blocks[3];
    size_t count;
    {
       FailingMalloc failing(0, FailingMalloc::Then::failAlways);
       blocks[0] = allocate(8);
       blocks[1] = allocateZeroed(1, 8);
       blocks[2] = reallocate(nullptr, 8);
-      blocks[3] = allocateAligned(64, 64);
       count = failing.count();
    }
    for (void* block : blocks)
       EXPECT_EQ(block, nullptr);
-   EXPECT_EQ(count, 4u);
+   EXPECT_EQ(count, 3u);
 }
 
 TEST(FailingMalloc, FailedReallocLeavesTheBlock)
@@ -125,39 +126,37 @@ TEST(FailingMalloc, WalkFailsEachAllocationOnceAndReturnsTheirNumber)
 
 TEST(FailingMalloc, WalkTellsOfTheDescriptorThatAnAttemptLeavesOpen)
 {
-   static int left; // by the attempt that gets no memory
+   static std::ofstream left; // by the attempt that gets no memory
+   const ScratchFolder folder;
+   static std::string path;
+   path = folder.path("opened");
    EXPECT_NONFATAL_FAILURE(forEachFailingAllocation(
                               FailingMalloc::Then::succeed,
                               [](size_t) {
-                                 const int opened = dup(0);
-                                 if (succeeds())
-                                    close(opened);
-                                 else
-                                    left = opened;
+                                 if (!succeeds()) left.open(path);
                               },
                               [](size_t) {}),
                            "left open by attempt 0");
-   close(left);
+   left.close();
 }
 
 TEST(FailingMalloc, LiveBlocksAreThoseTakenAndNotYetGivenBack)
 {
    const ptrdiff_t before = liveBlocks();
-   void* blocks[4] = {allocate(8), allocateZeroed(1, 8), reallocate(nullptr, 8),
-                      allocateAligned(16, 16)};
+   void* blocks[3] = {allocate(8), allocateZeroed(1, 8), reallocate(nullptr, 8)};
    const ptrdiff_t taken = liveBlocks() - before;
    blocks[0] = reallocate(blocks[0], 800);
    const ptrdiff_t grown = liveBlocks() - before;
    const bool isGone = reallocate(blocks[1], 0) == nullptr;
    const ptrdiff_t released = liveBlocks() - before;
-   for (void* const block : {blocks[0], blocks[2], blocks[3]})
+   for (void* const block : {blocks[0], blocks[2]})
       std::free(block);
    std::free(nullptr);
    const ptrdiff_t left = liveBlocks() - before;
-   EXPECT_EQ(taken, 4);
-   EXPECT_EQ(grown, 4);
+   EXPECT_EQ(taken, 3);
+   EXPECT_EQ(grown, 3);
    EXPECT_TRUE(isGone);
-   EXPECT_EQ(released, 3);
+   EXPECT_EQ(released, 2);
    EXPECT_EQ(left, 0);
 }
 

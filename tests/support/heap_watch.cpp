@@ -1,6 +1,6 @@
 #include "support/heap_watch.h"
 
-#include <malloc.h>
+#include "support/block_size.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -44,7 +44,7 @@ void* allocate(std::size_t size)
    void* const block = std::malloc(size != 0 ? size : 1);
    if (!block) throw std::bad_alloc();
    if (watched.active) {
-      watched.inUse += static_cast<std::ptrdiff_t>(malloc_usable_size(block));
+      watched.inUse += static_cast<std::ptrdiff_t>(blockSize(block));
       watched.peak = std::max(watched.peak, watched.inUse);
    }
    return block;
@@ -52,8 +52,7 @@ void* allocate(std::size_t size)
 
 void release(void* block) noexcept
 {
-   if (watched.active && block)
-      watched.inUse -= static_cast<std::ptrdiff_t>(malloc_usable_size(block));
+   if (watched.active && block) watched.inUse -= static_cast<std::ptrdiff_t>(blockSize(block));
    std::free(block);
 }
 

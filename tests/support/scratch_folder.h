@@ -1,11 +1,12 @@
 #ifndef TESTS_SUPPORT_SCRATCH_FOLDER_H
 #define TESTS_SUPPORT_SCRATCH_FOLDER_H
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 // A folder of its own in the system's temporary folder, gone with all it holds at the end of the
 // test.
@@ -13,9 +14,13 @@ class ScratchFolder
 {
 public:
    ScratchFolder()
-      : path_((std::filesystem::temp_directory_path() / "zerova-XXXXXX").string())
    {
-      if (!mkdtemp(path_.data())) throw std::runtime_error("cannot make the folder " + path_);
+      std::random_device random;
+      do
+         path_ = (std::filesystem::temp_directory_path() / ("zerova-" + std::to_string(random())))
+                    .generic_string();
+      while (!std::filesystem::create_directory(path_));
+      std::filesystem::permissions(path_, std::filesystem::perms::owner_all);
    }
    ~ScratchFolder()
    {
@@ -31,15 +36,16 @@ public:
    // Makes a folder, with those above it, and returns its path.
    std::string makeFolder(const std::string& name) const
    {
-      std::filesystem::create_directories(path(name));
+      std::filesystem::create_directories(fromUtf8(path(name)));
       return path(name);
    }
 
    // Makes a file, with the folders above it, and returns its path.
    std::string write(const std::string& name, const std::string& content) const
    {
-      std::filesystem::create_directories(std::filesystem::path(path(name)).parent_path());
-      std::ofstream file(path(name), std::ios::binary);
+      const std::filesystem::path full = fromUtf8(path(name));
+      std::filesystem::create_directories(full.parent_path());
+      std::ofstream file(full, std::ios::binary);
       file << content;
       file.close();
       if (!file) throw std::runtime_error("cannot write " + path(name));
@@ -47,6 +53,11 @@ public:
    }
 
 private:
+   static std::filesystem::path fromUtf8(const std::string& path)
+   {
+      return std::u8string(path.begin(), path.end());
+   }
+
    std::string path_;
 };
 

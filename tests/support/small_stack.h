@@ -8,8 +8,8 @@
 #include <functional>
 
 // Runs action on a thread whose stack has bytes more than the least that the system wants of a
-// thread, and returns how many bytes action used: down to the lowest that it has written. A page
-// below the stack ends the process when that many do not do.
+// thread, and returns how many bytes action used: down to the lowest that it has written. The process
+// ends when that many do not do.
 size_t stackUsedBy(size_t bytes, const std::function<void()>& action);
 
 #endif

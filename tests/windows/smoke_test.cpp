@@ -1,22 +1,18 @@
-// The library as a program of Windows meets it: the DLL beside the program, real pipes, the registry
-// and folders of the system.
-#include "exports/peer_session.h"
+// The library as a program of Windows meets it: the DLL beside the program, the registry and folders
+// of the system.
 #include "lorvex_translator.h"
 #include "service/checked_status.h"
-#include "service/wire_bytes.h"
 #include "windows/own_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -26,9 +22,6 @@
 namespace {
 
 using namespace zerova::test;
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
-using testing::AnyOf;
 using testing::HasSubstr;
 
 namespace fs = std::filesystem;
@@ -106,156 +99,6 @@ std::string errorFile(int32_t code, const std::string& text)
 {
    return "<?xml version=\"1.0\"?>\r\n<tvdocument>\r\n<tverror code=\"" + std::to_string(code) +
           "\">\r\n" + text + "\r\n</tverror>\r\n</tvdocument>\r\n";
-}
-
-int64_t elapsedMs(steady_clock::time_point start)
-{
-   return std::chrono::duration_cast<milliseconds>(steady_clock::now() - start).count();
-}
-
-TEST(LocalSession, CallsGoThroughTheNamedPipe)
-{
-   RawPeer plain(Listener::local("com.zerova"), answeringPlainly());
-   RawPeer immediate(Listener::local("com.zerova.immediate"), answeringPlainly());
-   CheckedStatus status;
-   const zerovaapi_Session session = zerovaapi_createSession(status);
-   ASSERT_NE(session, nullptr) << status.json();
-   for (int i = 0; i < 100; ++i)
-      EXPECT_EQ(zerovaapi_getSystemChangeNumber(session, status), 7);
-   char** const devices = zerovaapi_getRoutableDevices(session, status);
-   ASSERT_NE(devices, nullptr) << status.json();
-   zerovaapi_destroyStringArray(devices);
-   zerovaapi_destroySession(session);
-   ASSERT_TRUE(plain.waitUntilFinished(0));
-   EXPECT_EQ(plain.record(0).frames.size(), 102u);
-   EXPECT_EQ(plain.record(0).end, StreamEnd::kClosed);
-   EXPECT_EQ(immediate.connectionCount(), 0u);
-
-   const zerovaapi_Session other = zerovaapi_createImmediateSession(status);
-   ASSERT_NE(other, nullptr) << status.json();
-   zerovaapi_destroySession(other);
-   EXPECT_EQ(immediate.connectionCount(), 1u);
-}
-
-TEST(LocalSession, MissingPipeIsTriedFor5000Ms)
-{
-   CheckedStatus status;
-   const steady_clock::time_point start = steady_clock::now();
-   EXPECT_EQ(zerovaapi_createSession(status), nullptr);
-   EXPECT_GE(elapsedMs(start), 5000);
-   EXPECT_LT(elapsedMs(start), 15000);
-   EXPECT_EQ(status.code(), -89168);
-   EXPECT_THAT(status.json(), HasSubstr("\"Thrift::TTransportException\":\"Unable to open pipe\""));
-}
-
-TEST(LocalSession, PipeThatStaysBusyIsWaitedForTwice)
-{
-   const HANDLE only = CreateNamedPipeA("\\\\.\\pipe\\com.zerova", PIPE_ACCESS_DUPLEX,
-                                        PIPE_TYPE_BYTE, 1, 4096, 4096, 0, nullptr);
-   ASSERT_NE(only, INVALID_HANDLE_VALUE);
-   const HANDLE client =
-      CreateFileA("\\\\.\\pipe\\com.zerova", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-   CheckedStatus status;
-   const steady_clock::time_point start = steady_clock::now();
-   EXPECT_EQ(zerovaapi_createSession(status), nullptr);
-   EXPECT_GE(elapsedMs(start), 5900);
-   EXPECT_LT(elapsedMs(start), 20000);
-   EXPECT_EQ(status.code(), -89168);
-   CloseHandle(client);
-   CloseHandle(only);
-}
-
-TEST(LocalSession, PipeThatIsBusyForAWhileIsHad)
-{
-   const HANDLE first =
-      CreateNamedPipeA("\\\\.\\pipe\\com.zerova", PIPE_ACCESS_DUPLEX, PIPE_TYPE_BYTE,
-                       PIPE_UNLIMITED_INSTANCES, 4096, 4096, 0, nullptr);
-   ASSERT_NE(first, INVALID_HANDLE_VALUE);
-   const HANDLE client =
-      CreateFileA("\\\\.\\pipe\\com.zerova", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-   std::optional<RawPeer> service;
-   std::thread free([&] {
-      Sleep(500);
-      CloseHandle(client);
-      CloseHandle(first);
-      Listener listener = Listener::local("com.zerova");
-      service.emplace(std::move(listener), answeringPlainly());
-   });
-   CheckedStatus status;
-   const zerovaapi_Session session = zerovaapi_createSession(status);
-   free.join();
-   EXPECT_NE(session, nullptr) << status.json();
-   EXPECT_EQ(status.code(), 0);
-   zerovaapi_destroySession(session);
-}
-
-// Each call of a session whose service has gone, by how it went.
-void expectBrokenSession(Script script)
-{
-   RawPeer service(Listener::local("com.zerova"), std::move(script));
-   CheckedStatus status;
-   const zerovaapi_Session session = zerovaapi_createSession(status);
-   ASSERT_NE(session, nullptr) << status.json();
-   zerovaapi_getSystemChangeNumber(session, status);
-   EXPECT_EQ(status.code(), -52024);
-   // The end may come before the reading is started or while it is under way.
-   EXPECT_THAT(status.json(), AnyOf(HasSubstr("getOverlappedResultWithTimeout failed"),
-                                    HasSubstr("TPipe: read failed")));
-   status.clear();
-   zerovaapi_getSystemChangeNumber(session, status);
-   EXPECT_EQ(status.code(), -52024);
-   EXPECT_THAT(status.json(), HasSubstr("TPipe: write failed"));
-   zerovaapi_destroySession(session);
-}
-
-TEST(LocalSession, ServiceThatClosesDuringACallFailsIt)
-{
-   expectBrokenSession(Script().acceptVersion().receive().close());
-}
-
-TEST(LocalSession, ServiceThatDisconnectsDuringACallFailsIt)
-{
-   expectBrokenSession(Script().acceptVersion().receive().reset());
-}
-
-TEST(RemoteSession, CallsGoThroughTcpAtTheLocatorsPort)
-{
-   PeerSession session(answeringPlainly());
-   CheckedStatus status;
-   for (int i = 0; i < 100; ++i)
-      EXPECT_EQ(zerovaapi_getSystemChangeNumber(session, status), 7);
-   EXPECT_EQ(session.requests().size(), 100u);
-   EXPECT_EQ(status.code(), 0);
-}
-
-TEST(RemoteSession, HostWhereNobodyListensIsTriedFor5000Ms)
-{
-   const LoopbackAddress nobody;
-   CheckedStatus status;
-   const steady_clock::time_point start = steady_clock::now();
-   EXPECT_EQ(zerovaapi_createRemoteSession(nobody.text().c_str(), status), nullptr);
-   EXPECT_GE(elapsedMs(start), 5000);
-   EXPECT_LT(elapsedMs(start), 30000);
-   EXPECT_EQ(status.code(), -89168);
-}
-
-TEST(Sessions, EightThreadsHaveTheirOwn)
-{
-   RawPeer service(Listener::local("com.zerova"), answeringPlainly());
-   std::vector<std::thread> threads;
-   for (int i = 0; i < 8; ++i)
-      threads.emplace_back([] {
-         CheckedStatus status;
-         for (int round = 0; round < 20; ++round) {
-            const zerovaapi_Session session = zerovaapi_createSession(status);
-            ASSERT_NE(session, nullptr) << status.json();
-            EXPECT_EQ(zerovaapi_getSystemChangeNumber(session, status), 7);
-            zerovaapi_destroySession(session);
-         }
-      });
-   for (std::thread& thread : threads)
-      thread.join();
-   EXPECT_EQ(service.connectionCount(), 160u);
 }
 
 // The texts of the source, by code and language.

@@ -19,7 +19,7 @@ protected:
    void createInstalled()
    {
       createWithSettings(R"("driverName":"zerova","trvSharedErrorsDir":")" + folder.path() +
-                         R"(/Errors","AuxErrorsDir":")" + folder.path() + R"(/Aux")");
+                         R"(/Errors","AuxErrorsDir":")" + folder.path() + R"(/Own")");
    }
 
    // A file that holds the text of code -1.
@@ -104,7 +104,7 @@ TEST_F(BareCode, ErrorsFolderItselfIsSearchedOnceTheLanguageFolderIsThere)
 TEST_F(BareCode, DriversTextComesBeforeTheSharedOne)
 {
    describe("Errors/French", "shared");
-   describe("Aux/zerova/French", "driver's");
+   describe("Own/zerova/French", "driver's");
    createInstalled();
    EXPECT_EQ(staticDesc(-1, 1), "driver's");
 }
@@ -112,7 +112,7 @@ TEST_F(BareCode, DriversTextComesBeforeTheSharedOne)
 TEST_F(BareCode, DriversEnglishComesBeforeTheSharedTextOfTheLanguage)
 {
    describe("Errors/French", "shared");
-   describe("Aux/zerova/English", "driver's \xE9");
+   describe("Own/zerova/English", "driver's \xE9");
    createInstalled();
    EXPECT_EQ(staticDesc(-1, 1), "driver's \u00E9");
    EXPECT_EQ(staticDesc(-1, 3), "driver's \u00E9") << "converted as English";
@@ -121,11 +121,11 @@ TEST_F(BareCode, DriversEnglishComesBeforeTheSharedTextOfTheLanguage)
 TEST_F(BareCode, WithoutAnAuxiliaryFolderOrADriversNameTheDriversTextsAreNotLookedFor)
 {
    describe("Errors/English", "shared");
-   describe("Aux/zerova/English", "driver's");
+   describe("Own/zerova/English", "driver's");
    const std::string shared = R"("trvSharedErrorsDir":")" + folder.path() + R"(/Errors")";
    createWithSettings(shared + R"(,"driverName":"zerova")");
    EXPECT_EQ(staticDesc(-1), "shared");
-   createWithSettings(shared + R"(,"AuxErrorsDir":")" + folder.path() + R"(/Aux")");
+   createWithSettings(shared + R"(,"AuxErrorsDir":")" + folder.path() + R"(/Own")");
    EXPECT_EQ(staticDesc(-1), "shared");
 }
 
@@ -159,10 +159,10 @@ TEST_F(BareCode, AuxiliaryFolderThatCannotBeExpandedFailsTheCall)
 
 TEST_F(BareCode, UnknownLanguageLooksInItsOwnFolderAndThenInEnglish)
 {
-   describe("Aux/zerova/English", "\xE9");
+   describe("Own/zerova/English", "\xE9");
    createInstalled();
    EXPECT_EQ(staticDesc(-1, 9), "\u00E9");
-   describe("Aux/zerova/Zzzzzzz", "never told");
+   describe("Own/zerova/Zzzzzzz", "never told");
    EXPECT_EQ(staticDesc(-1, 9), std::nullopt) << "there is no code page to convert it from";
    EXPECT_THAT(status("v.internal_error.string"), HasSubstr("invalid language"));
 }

@@ -1,9 +1,9 @@
 #include "exports/lua_translator/host.h"
+#include "support/matches_pattern.h"
 
 namespace {
 
 using testing::HasSubstr;
-using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
 
@@ -68,11 +68,11 @@ TEST_F(CreateTranslator, FailedSetupTellsTheWholeDocument)
    EXPECT_EQ(status.code, -52003);
    EXPECT_THAT(
       status.text(),
-      MatchesRegex(R"re(\{"error_constant":"tamrixerr_softwareFaultTAMRIXInternalUseOnly",)re"
-                   R"re("file":"lorvexlua/lorvexlua","line":[0-9]+,"component":"zerovaapi",)re"
-                   R"re("internal_error":\{"api":"lua","code":2,"string":"[^}]*"\},)re"
-                   R"re("lorvexlua_debug":\{"debug":"lua setupEnv failed",)re"
-                   R"re("name":"dorvex_zerova","registrationInfo":"\{\}"\}\})re"));
+      MatchesPattern(R"re(\{"error_constant":"tamrixerr_softwareFaultTAMRIXInternalUseOnly",)re"
+                     R"re("file":"lorvexlua/lorvexlua","line":[0-9]+,"component":"zerovaapi",)re"
+                     R"re("internal_error":\{"api":"lua","code":2,"string":"[^}]*"\},)re"
+                     R"re("lorvexlua_debug":\{"debug":"lua setupEnv failed",)re"
+                     R"re("name":"dorvex_zerova","registrationInfo":"\{\}"\}\})re"));
 }
 
 TEST_F(CreateTranslator, FailedSetupHasNoTraceback)

@@ -74,7 +74,8 @@ struct HostMemory
    int32_t errorToReport = 0;
    bool returnsNull = false;
 
-   static char* allocate(void* nullBlock, size_t length, void* context, quelerr_Status* status)
+   static char* QUELERR_CALL allocate(void* nullBlock, size_t length, void* context,
+                                      quelerr_Status* status)
    {
       auto* const self = static_cast<HostMemory*>(context);
       ++self->calls;

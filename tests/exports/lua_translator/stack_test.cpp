@@ -49,7 +49,7 @@ protected:
          folder.write(std::string("Errors/") + language + "/errors.txt",
                       "<?xml version=\"1.0\"?>\n<tvdocument>\n<tverror code=\"-1\">\n" +
                          std::string(2000, 'x') + "\x83\x47\n</tverror>\n</tvdocument>\n");
-      folder.write("Aux/driver/English/bad.err", "<?xml version=\"1.0\"?>\n<tvdocument>\n"
+      folder.write("Own/driver/English/bad.err", "<?xml version=\"1.0\"?>\n<tvdocument>\n"
                                                  "<tverror code=\"x\">\n");
       folder.write("errors_eng.lua", "return {encoding = 'utf-8', getString = function(code)\n"
                                      "   return code == -3 and 'from a table' or nil end}");
@@ -79,7 +79,7 @@ protected:
       EXPECT_THAT(create(R"({"lorvexlua_xlator":"dorvex","lorvexlua_path":")" + folder.path() +
                          R"(","lorvexlua_settings":{"driverName":"driver",)"
                          R"("trvSharedErrorsDir":"$_trvShared32Dir/Errors","AuxErrorsDir":")" +
-                         folder.path() + "/Aux\"}}"),
+                         folder.path() + "/Own\"}}"),
                   Le(kNeed));
       ASSERT_TRUE(translator) << status.text();
    }

@@ -1,10 +1,10 @@
 // How the translator script reads a status JSON.
 #include "exports/lua_translator/host.h"
+#include "support/matches_pattern.h"
 
 namespace {
 
 using testing::HasSubstr;
-using testing::MatchesRegex;
 using testing::StartsWith;
 
 class StatusJson : public TranslatorHost
@@ -50,7 +50,7 @@ protected:
 TEST_F(StatusJson, EmptyObjectGivesOneDebugRow)
 {
    const std::string text = *dynamicDesc("{}");
-   EXPECT_THAT(text, MatchesRegex(R"(\{"dynamic":\[\],"debug":\[\{[^}]*"\{\}"[^}]*\}\]\})"));
+   EXPECT_THAT(text, MatchesPattern(R"(\{"dynamic":\[\],"debug":\[\{[^}]*"\{\}"[^}]*\}\]\})"));
    Json description(text);
    EXPECT_EQ(description("#v.debug"), "1");
    EXPECT_EQ(description("v.debug[1].type"), "usage");

@@ -17,19 +17,19 @@ EndRequest::EndRequest()
    sigaddset(&set, SIGINT);
    sigaddset(&set, SIGTERM);
    pthread_sigmask(SIG_BLOCK, &set, nullptr); // the threads to come inherit it
-   signals_ = ::signalfd(-1, &set, SFD_CLOEXEC);
-   if (signals_ < 0) throw std::system_error(errno, std::generic_category(), "signalfd");
+   handle_ = ::signalfd(-1, &set, SFD_CLOEXEC);
+   if (handle_ < 0) throw std::system_error(errno, std::generic_category(), "signalfd");
 }
 
 EndRequest::~EndRequest()
 {
-   ::close(signals_);
+   ::close(static_cast<int>(handle_));
 }
 
 void EndRequest::wait()
 {
    for (;;) {
-      pollfd waits[2] = {{signals_, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+      pollfd waits[2] = {{static_cast<int>(handle_), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
       if (::poll(waits, 2, -1) < 0) {
          if (errno == EINTR) continue;
          throw std::system_error(errno, std::generic_category(), "poll");
@@ -42,7 +42,7 @@ void EndRequest::wait()
 
 void EndRequest::waitForSignal()
 {
-   pollfd signals = {signals_, POLLIN, 0};
+   pollfd signals = {static_cast<int>(handle_), POLLIN, 0};
    while (::poll(&signals, 1, -1) < 0)
       if (errno != EINTR) throw std::system_error(errno, std::generic_category(), "poll");
 }

@@ -2,10 +2,13 @@
 #ifndef TESTS_SERVICE_STANDIN_END_REQUEST_H
 #define TESTS_SERVICE_STANDIN_END_REQUEST_H
 
+#include "service/stream.h"
+
 namespace zerova::standin {
 
 // Make it before the first thread is started. From then on the signals that ask a program to end
-// (interrupt, terminate) no longer kill it.
+// (interrupt, terminate; what a console
+// tells its programs) no longer kill it.
 class EndRequest
 {
 public:
@@ -14,13 +17,13 @@ public:
    EndRequest(const EndRequest&) = delete;
    EndRequest& operator=(const EndRequest&) = delete;
 
-   // Returns when standard input has ended or one of the signals has come.
+   // Returns when standard input has ended or one of the signals has come. May be called once.
    void wait();
    // Returns when one of the signals has come, whatever becomes of the input.
    void waitForSignal();
 
 private:
-   int signals_;
+   test::NativeHandle handle_;
 };
 
 } // namespace zerova::standin

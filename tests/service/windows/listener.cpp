@@ -47,8 +47,12 @@ Listener Listener::local(const std::string& name, const std::string& folder, int
 {
    Listener listener;
    listener.description_ = pipeName(name, folder);
-   const HANDLE pipe = makeInstance(listener.description_, FILE_FLAG_FIRST_PIPE_INSTANCE);
-   if (pipe == INVALID_HANDLE_VALUE && GetLastError() == ERROR_ACCESS_DENIED)
+   // Emulators make a further instance all the same.
+   const bool isServed = WaitNamedPipeA(listener.description_.c_str(), 1) != FALSE;
+   const HANDLE pipe = isServed
+                          ? INVALID_HANDLE_VALUE
+                          : makeInstance(listener.description_, FILE_FLAG_FIRST_PIPE_INSTANCE);
+   if (isServed || (pipe == INVALID_HANDLE_VALUE && GetLastError() == ERROR_ACCESS_DENIED))
       throw std::runtime_error("another process serves the endpoint " + listener.description_);
    if (pipe == INVALID_HANDLE_VALUE)
       fail("cannot listen at " + listener.description_, GetLastError());

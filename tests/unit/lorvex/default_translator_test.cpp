@@ -292,9 +292,8 @@ TEST_F(DefaultTranslator, ATextOutsideItsCodePageIsRefused)
 TEST_F(DefaultTranslator, WithoutTheSettingNothingIsFound)
 {
    write("English/a.txt", document(entry(1, "one")));
-   std::filesystem::remove(
-      std::filesystem::path(ZEROVA_REGISTRY_DIR "32/SOFTWARE/Trevanta/Common/Installer") /
-      "TRVSHAREDDIR");
+   SettingsTree::removeValue(SettingsTree::View::of32Bit, "SOFTWARE/Trevanta/Common/Installer",
+                             "TRVSHAREDDIR");
    const Description description = describe(1, 0);
    EXPECT_EQ(description.text, std::nullopt);
    EXPECT_EQ(description.code, -52006);

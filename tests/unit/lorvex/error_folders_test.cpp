@@ -134,8 +134,12 @@ TEST_F(ErrorFolder, ThatIsMissingFails)
 {
    EXPECT_EQ(searchFolder(folder_.path("missing"), 1),
              failedToList(ENOENT, folder_.path("missing")));
+}
+
+TEST_F(ErrorFolder, ThatIsAFileFails)
+{
    const std::string file = folder_.write("a.txt", document(entry(1, "one")));
-   EXPECT_EQ(searchFolder(file, 1), failedToList(ENOTDIR, file)) << "a file is no folder";
+   EXPECT_EQ(searchFolder(file, 1), failedToList(ENOTDIR, file));
 }
 
 TEST_F(ErrorFolder, WithoutANameFails)

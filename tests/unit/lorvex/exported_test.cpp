@@ -3,6 +3,8 @@
 #include "lorvex/list.h"
 #include "support/owned.h"
 
+#include "support/matches_pattern.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -92,7 +94,7 @@ TEST_F(ExportedCreate, UnknownNameGivesTheWholeDocument)
    EXPECT_EQ(status.code, -52005);
    EXPECT_THAT(
       status.text(),
-      testing::MatchesRegex(R"(\{"error_constant":"tamrixerr_invalidParameter",)"
+      MatchesPattern(R"(\{"error_constant":"tamrixerr_invalidParameter",)"
                             R"("file":"lorvex/exported","line":[0-9]+,"component":"zerovaapi",)"
                             R"("lorvex_debug":\{"lorvex_exported":"could not find xlator",)"
                             R"("name":"wrong","registrationInfo":"\{\}"\}\})"));

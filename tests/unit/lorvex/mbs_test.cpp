@@ -1,6 +1,7 @@
 #include "lorvex/utils_mbs.h"
 
 #include "support/failing_malloc.h"
+#include "support/other_locale.h"
 #include "support/owned.h"
 
 #include <clocale>
@@ -104,10 +105,9 @@ TEST(MbsToUtf8, TheFirstSelectorIsTheLocale)
 
 TEST(MbsToUtf8, DoesNotDependOnTheLocale)
 {
-   ASSERT_TRUE(std::setlocale(LC_ALL, "C.UTF-8"));
+   const ProcessLocale other(OtherLocale::german);
    EXPECT_EQ(convert("\x93\xFA", kJapanese), (Conversion{0, "> \u65E5"}));
-   EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C.UTF-8");
-   std::setlocale(LC_ALL, "C");
+   EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), nameOf(OtherLocale::german));
 }
 
 TEST(MbsToUtf8, WithAnErrorInTheStatusAddsNothing)

@@ -1,5 +1,6 @@
 #include "lorvex/variables.h"
 
+#include "support/environment.h"
 #include "support/failing_malloc.h"
 #include "support/nothing_left.h"
 #include "support/owned.h"
@@ -22,9 +23,6 @@ constexpr const char* kPlugin = "variables_test";
 class Variables : public testing::Test
 {
 protected:
-   Variables() { setenv("TMPDIR", "/scratch", 1); }
-   ~Variables() override { unsetenv("TMPDIR"); }
-
    void set(const char* name, std::string_view content)
    {
       tree.addValue(View::of32Bit, "SOFTWARE/Trevanta/Lorvex/plugins/variables_test", name,
@@ -44,6 +42,8 @@ protected:
       return path.text();
    }
 
+   const EnvironmentVariable temporary{kTemporaryFolderVariable, kSomeTemporaryFolder};
+   const std::string scratch = kSomeTemporaryFolder;
    SettingsTree tree;
    OwnedString value{"before"};
    OwnedStatus status;
@@ -69,8 +69,8 @@ TEST_F(LookupVariable, StandardFoldersNeverTouchThePluginsKey)
    tree.addValue(View::native, "SOFTWARE/Trevanta/Common/Installer", "TRVSHAREDDIR64", "/shared64");
    tree.addValue(View::of32Bit, "SOFTWARE/Trevanta/Common/Installer", "TRVSHAREDDIR", "/shared32");
    for (const char* plugin : {kPlugin, "", "..", "no such plugin"}) {
-      EXPECT_EQ(lookUp("_tempDir", plugin), "/scratch");
-      EXPECT_EQ(lookUp("_commonAppDataDir", plugin), "/var/lib\\Trevanta");
+      EXPECT_EQ(lookUp("_tempDir", plugin), scratch);
+      EXPECT_EQ(lookUp("_commonAppDataDir", plugin), kCommonFolder + std::string("\\Trevanta"));
       EXPECT_EQ(lookUp("_trvSharedDir", plugin), "/shared64");
       EXPECT_EQ(lookUp("_trvShared32Dir", plugin), "/shared32");
    }
@@ -208,10 +208,10 @@ TEST_F(ExpandPath, PathWithoutVariablesHasItsSlashesTurned)
 
 TEST_F(ExpandPath, VariableIsReplacedAndItsSeparatorStays)
 {
-   EXPECT_EQ(expand("$_tempDir\\x"), "/scratch\\x");
-   EXPECT_EQ(expand("$_tempDir/x"), "/scratch\\x");
-   EXPECT_EQ(expand("$_tempDir\\"), "/scratch\\");
-   EXPECT_EQ(expand("a/$_tempDir/x"), "a\\/scratch\\x");
+   EXPECT_EQ(expand("$_tempDir\\x"), scratch + "\\x");
+   EXPECT_EQ(expand("$_tempDir/x"), scratch + "\\x");
+   EXPECT_EQ(expand("$_tempDir\\"), scratch + "\\");
+   EXPECT_EQ(expand("a/$_tempDir/x"), "a\\" + scratch + "\\x");
 }
 
 TEST_F(ExpandPath, SettingsOfTheLibraryLeadToTheSharedFolder)
@@ -266,9 +266,9 @@ TEST_F(ExpandPath, VariableWithoutASeparatorIsInvalidAndCut)
 
 TEST_F(ExpandPath, PathIsCutAtTheDollarAndToldAsItThenStands)
 {
-   EXPECT_EQ(expand("$_tempDir/x/$rest"), "/scratch\\x\\");
+   EXPECT_EQ(expand("$_tempDir/x/$rest"), scratch + "\\x\\");
    EXPECT_EQ(status.code, -52005);
-   EXPECT_THAT(status.text(), HasSubstr(R"("dllPath":"/scratch\\x\\$rest")"));
+   EXPECT_THAT(status.text(), HasSubstr(R"(scratch\\x\\$rest")"));
 }
 
 TEST_F(ExpandPath, LoneDollarIsAVariableToo)
@@ -303,7 +303,7 @@ TEST_F(ExpandPath, ErrorInTheStatusRemovesTheVariablesAndStays)
 TEST_F(ExpandPath, WarningSurvivesSuccess)
 {
    status.code = 2;
-   EXPECT_EQ(expand("$_tempDir\\x"), "/scratch\\x");
+   EXPECT_EQ(expand("$_tempDir\\x"), scratch + "\\x");
    EXPECT_EQ(status.code, 2);
 }
 
@@ -346,7 +346,7 @@ TEST_F(ExpandPath, WithoutMemoryNoDollarSurvives)
          EXPECT_EQ(std::string_view(path.data, path.length).find('$'), std::string::npos) << index;
          EXPECT_THAT(std::string(path.data, path.length), EndsWith("\\c")) << index;
       });
-   EXPECT_EQ(std::string(path.data, path.length), std::string(300, 'a') + "\\b\\/scratch\\c");
+   EXPECT_EQ(std::string(path.data, path.length), std::string(300, 'a') + "\\b\\" + scratch + "\\c");
    quelerr_String_release(&path);
 }
 

@@ -4,6 +4,8 @@
 #include "support/failing_malloc.h"
 #include "support/owned.h"
 
+#include "support/matches_pattern.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -16,7 +18,6 @@
 namespace {
 
 using testing::HasSubstr;
-using testing::MatchesRegex;
 
 constexpr const char* kClient = R"({"lorvexlua_xlator":"client"})";
 
@@ -156,7 +157,7 @@ TEST_F(Translator, LibraryThatFailsEndsConstructionAndIsNamed)
    EXPECT_EQ(status.code, -52003);
    EXPECT_THAT(
       status.text(),
-      MatchesRegex(R"re(\{"error_constant":"tamrixerr_softwareFaultTAMRIXInternalUseOnly",)re"
+      MatchesPattern(R"re(\{"error_constant":"tamrixerr_softwareFaultTAMRIXInternalUseOnly",)re"
                    R"re("file":"lorvexlua/lorvexlua","line":[0-9]+,"component":"zerovaapi",)re"
                    R"re("internal_error":\{"api":"lua","code":2,"string":"no such thing"\},)re"
                    R"re("lorvexlua_debug":\{"debug":"failed to load lua lib",)re"
@@ -183,7 +184,7 @@ TEST_F(Translator, ModuleThatDoesNotCompileFailsCreation)
    EXPECT_EQ(status.code, -52003);
    EXPECT_THAT(
       status.text(),
-      MatchesRegex(R"re(\{"error_constant":"tamrixerr_softwareFaultTAMRIXInternalUseOnly",)re"
+      MatchesPattern(R"re(\{"error_constant":"tamrixerr_softwareFaultTAMRIXInternalUseOnly",)re"
                    R"re("file":"lorvexlua/lorvexlua","line":[0-9]+,"component":"zerovaapi",)re"
                    R"re("internal_error":\{"api":"lua","code":1\},"lorvexlua_debug":)re"
                    R"re(\{"debug":"failed to add embedded modules to preload table"\}\})re"));
@@ -242,7 +243,7 @@ TEST_F(Translator, WithoutMemoryForTheStateItIsTold)
    }
    EXPECT_FALSE(translator);
    EXPECT_EQ(status.code, -52000);
-   EXPECT_THAT(status.text(), MatchesRegex(R"re(\{"error_constant":"tamrixerr_memoryFull",)re"
+   EXPECT_THAT(status.text(), MatchesPattern(R"re(\{"error_constant":"tamrixerr_memoryFull",)re"
                                            R"re("file":"lorvexlua/lorvexlua","line":[0-9]+,)re"
                                            R"re("component":"zerovaapi","lorvexlua_debug":)re"
                                            R"re(\{"debug":"failed to create lua state"\}\})re"));

@@ -1,6 +1,6 @@
 #include "torvik/stdpath.h"
 
-#include "platform/standard_folders.h"
+#include "support/environment.h"
 #include "support/failing_malloc.h"
 #include "support/owned.h"
 #include "support/settings_tree.h"
@@ -8,8 +8,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace {
 
@@ -18,41 +19,6 @@ using testing::StartsWith;
 using View = SettingsTree::View;
 
 constexpr const char* kInstaller = "SOFTWARE/Trevanta/Common/Installer";
-
-// Sets TMPDIR, or takes it away, and puts it back at the end.
-class TemporaryFolder
-{
-public:
-   explicit TemporaryFolder(const char* path)
-   {
-      if (const char* const held = std::getenv("TMPDIR")) held_ = held;
-      set(path);
-   }
-   TemporaryFolder(const TemporaryFolder&) = delete;
-   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-   ~TemporaryFolder() { set(held_ ? held_->c_str() : nullptr); }
-
-private:
-   static void set(const char* path)
-   {
-      if (path)
-         setenv("TMPDIR", path, 1);
-      else
-         unsetenv("TMPDIR");
-   }
-
-   std::optional<std::string> held_;
-};
-
-std::string temporaryFolder(const char* variable)
-{
-   const TemporaryFolder set(variable);
-   OwnedString value("before");
-   OwnedStatus status;
-   torvik_getTempDir(&value, &status);
-   EXPECT_EQ(status.code, 0) << status.text();
-   return value.text();
-}
 
 // The folder that content of the installer's value gives.
 std::string sharedFolder(std::string_view content)
@@ -160,7 +126,7 @@ TEST(CommonFolder, IsTheSystemsWithTheMakersNameBehindIt)
    OwnedStatus status;
    torvik_getCommonAppDataDir(&value, &status);
    EXPECT_EQ(status.code, 0);
-   EXPECT_EQ(value.text(), "/var/lib\\Trevanta");
+   EXPECT_EQ(value.text(), kCommonFolder + std::string("\\Trevanta"));
 }
 
 TEST(CommonFolder, FolderThatTheSystemDoesNotKnowIsResourceNotFound)
@@ -182,51 +148,15 @@ TEST(CommonFolder, BufferHas260Units)
    OwnedStatus status;
    torvik_getFolderPath(35, &value, &status);
    EXPECT_EQ(value.length, 260u);
-   EXPECT_EQ(unitsOf(value).substr(0, 9), std::u16string(u"/var/lib\0", 9));
-}
-
-TEST(TempFolder, ComesFromTheEnvironmentIfAbsolute)
-{
-   EXPECT_EQ(temporaryFolder("/var/tmp"), "/var/tmp");
-   EXPECT_EQ(temporaryFolder(nullptr), "/tmp");
-   EXPECT_EQ(temporaryFolder(""), "/tmp");
-   EXPECT_EQ(temporaryFolder("relative/folder"), "/tmp");
-}
-
-TEST(TempFolder, HasNoSeparatorAtItsEnd)
-{
-   EXPECT_EQ(temporaryFolder("/var/tmp/"), "/var/tmp");
-   EXPECT_EQ(temporaryFolder("/var/tmp//"), "/var/tmp");
-   EXPECT_EQ(temporaryFolder("/var/tmp\\"), "/var/tmp");
-   EXPECT_EQ(temporaryFolder("/"), "/");
-}
-
-TEST(TempFolder, LongerThanTheFirstBufferIsReadWhole)
-{
-   for (const size_t length : {255u, 256u, 257u, 10'000u}) {
-      const std::string folder = "/" + std::string(length - 1, 'a');
-      EXPECT_EQ(temporaryFolder(folder.c_str()), folder);
-   }
-}
-
-// What the logic above makes of it comes out right for some wrong numbers, too.
-TEST(TempFolder, SystemCountsTheTerminatorAsNeededButNotAsWritten)
-{
-   const TemporaryFolder set("/scratch");
-   uint16_t path[9];
-   EXPECT_EQ(platform::temporaryFolder(path, 9), 8u);
-   EXPECT_EQ(path[8], 0);
-   EXPECT_EQ(platform::temporaryFolder(path, 8), 9u);
-}
-
-TEST(TempFolder, NonLatinScriptArrivesAsUtf8)
-{
-   EXPECT_EQ(temporaryFolder("/tmp/\xEC\x9E\x84\xEC\x8B\x9C"), "/tmp/\xEC\x9E\x84\xEC\x8B\x9C");
+   const std::string folder = kCommonFolder;
+   const std::u16string expected(folder.begin(), folder.end());
+   EXPECT_EQ(unitsOf(value).substr(0, folder.size() + 1), expected + u'\0');
 }
 
 TEST(StandardVariables, WithoutMemoryTheTextStays)
 {
-   const TemporaryFolder set(("/" + std::string(500, 'a')).c_str());
+   const std::string folder = kSomeTemporaryFolder + std::string(200, 'a');
+   const EnvironmentVariable set(kTemporaryFolderVariable, folder.c_str());
    SettingsTree tree;
    tree.addValue(View::of32Bit, kInstaller, "TRVSHAREDDIR", std::string(300, 'a'));
    tree.addValue(View::native, kInstaller, "TRVSHAREDDIR64", std::string(300, 'a'));

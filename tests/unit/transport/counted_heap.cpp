@@ -1,8 +1,9 @@
 #include "unit/transport/counted_heap.h"
 
+#include "support/block_size.h"
+
 #include <atomic>
 #include <cstdlib>
-#include <malloc.h>
 #include <new>
 
 namespace countedHeap {
@@ -15,7 +16,7 @@ void* allocate(size_t size)
 {
    if (size > largest) largest = size;
    void* const block = std::malloc(size ? size : 1);
-   if (block) held += malloc_usable_size(block);
+   if (block) held += blockSize(block);
    return block;
 }
 
@@ -57,7 +58,7 @@ void* operator new[](size_t size, const std::nothrow_t& tag) noexcept
 
 void operator delete(void* block) noexcept
 {
-   if (block) countedHeap::held -= malloc_usable_size(block);
+   if (block) countedHeap::held -= blockSize(block);
    std::free(block);
 }
 

@@ -1,6 +1,6 @@
 /* A library that a host loads and lets go of itself. */
-#ifndef TESTS_HOSTS_LIBRARY_H
-#define TESTS_HOSTS_LIBRARY_H
+#ifndef TESTS_SUPPORT_LIBRARY_H
+#define TESTS_SUPPORT_LIBRARY_H
 
 #include <stdbool.h>
 #include <stddef.h>

@@ -1,4 +1,4 @@
-#include "hosts/library.h"
+#include "support/library.h"
 
 #include <dlfcn.h>
 #include <stdio.h>
