@@ -1,7 +1,7 @@
 """build_book.py SOURCES VERSION FOLDER: makes the book of the documents, as HTML in FOLDER/html.
 
 The documents are laid out in FOLDER/source as they stand in the tree, so their links to one another hold. Beside them
-come pages that the public headers give: one for each header, and the index of functions.
+come pages that the public headers give: one for each header, and the index of functions; and one of the Python package.
 """
 
 import html
@@ -16,6 +16,7 @@ import textwrap
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 import contents  # noqa: E402
 import public_headers  # noqa: E402
+import python_package  # noqa: E402
 
 HEADERS = ("zerovaapi.h", "zerovaapi.hpp", "quelerr_status.h", "lorvex_translator.h")
 LINK = re.compile(r"(\]\()([^)#:\s]+)((?:#[^)]*)?\))")
@@ -101,7 +102,7 @@ def index_page(sources):
    for title, chapters in contents.parts(sources / "docs"):
       listed = [str(chapter.relative_to(sources)) for chapter in chapters]
       if title == "Reference":
-         listed = ["docs/functions.md", *(f"docs/{name.replace('.', '-')}.md" for name in HEADERS), *listed]
+         listed = ["docs/functions.md", "docs/python-package.md", *(f"docs/{name.replace('.', '-')}.md" for name in HEADERS), *listed]
       if listed:
          page.append(f"```{{toctree}}\n:caption: {title}\n:maxdepth: 1\n\n" + "\n".join(listed) + "\n```")
    return "\n\n".join(page) + "\n"
@@ -117,6 +118,8 @@ def laid_out(document, sources):
       up = "" if document.parent == sources / "docs" else "docs/"
       if led_to.name in HEADERS:
          return f"{before}{up}{led_to.name.replace('.', '-')}.md{after}"
+      if led_to == sources / "python" / "zerovaapi" / "__init__.py":
+         return f"{before}{up}python-package.md{after}"
       if led_to == sources / "README.md":
          return f"{before}{up}getting-started.md)"
       return link[0]
@@ -142,6 +145,8 @@ def main(sources, version, folder):
    for _, chapters in contents.parts(sources / "docs"):
       for chapter in chapters:
          (source / chapter.relative_to(sources)).write_text(laid_out(chapter, sources), encoding="utf-8")
+   (source / "docs" / "python-package.md").write_text(
+      python_package.page(sources / "python" / "zerovaapi"), encoding="utf-8")
    (source / "docs" / "functions.md").write_text(functions_page(sources / "include"), encoding="utf-8")
    for name in HEADERS:
       (source / "docs" / f"{name.replace('.', '-')}.md").write_text(header_page(name), encoding="utf-8")

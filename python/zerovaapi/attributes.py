@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from dataclasses import dataclass
 from enum import IntEnum
-from typing import Mapping, Optional, Union
+from typing import Any, Iterator, Mapping, Optional, Tuple, Union
 
 from ._library import AttributesHandle, library
 from ._status import Status
@@ -34,6 +34,7 @@ class RouteAttributes:
    """What a route shall be like. None is not sent, and the service applies its own default.
 
    Of a map, an empty one is sent, too. Which names and values there are is the service's to say.
+   A value of a wrong type is a TypeError here, and a choice that there is not a RangeError.
    """
 
    constraints: Optional[Mapping[str, Value]] = None
@@ -46,6 +47,20 @@ class RouteAttributes:
    target_state: Optional[State] = None
    force_multi_device_route: Optional[bool] = None
    owner: Optional[str] = None
+
+   def __post_init__(self) -> None:
+      for field, _, _ in _MAPS:
+         if getattr(self, field) is not None:
+            for _entry in _entries(field, getattr(self, field)):
+               pass
+      if self.lifetime is not None:
+         _choice(self.lifetime, Lifetime, "lifetime")
+      if self.target_state is not None:
+         _choice(self.target_state, State, "target_state")
+      if self.force_multi_device_route is not None:
+         _flag(self.force_multi_device_route, "force_multi_device_route")
+      if self.owner is not None:
+         encode(self.owner, "owner")
 
 
 _CONSTRAINTS = (library.zerovaapi_RouteConstraints_setStringConstraint,
@@ -61,7 +76,22 @@ _MAPS = (
    ("destination_required_modifiers", library.zerovaapi_RouteAttributes_getDestinationRequiredModifiers, _MODIFIERS))
 
 
+def _entries(field: str, entries: Any) -> Iterator[Tuple[bytes, Union[bytes, bool]]]:
+   if not isinstance(entries, Mapping):
+      raise TypeError(f"{field} must be a mapping of names to values, not {type(entries).__name__}")
+   for name, value in entries.items():
+      key = encode(name, f"a name in {field}")
+      if isinstance(value, bool):
+         yield key, value
+      elif isinstance(value, str):
+         yield key, encode(value, f"{field}[{name!r}]")
+      else:
+         raise TypeError(f"{field}[{name!r}] must be a str or a bool, not {type(value).__name__}")
+
+
 def _choice(value: int, kind: type[IntEnum], what: str) -> int:
+   if isinstance(value, bool) or not isinstance(value, int):
+      raise TypeError(f"{what} must be a {kind.__name__}, not {type(value).__name__}")
    # The library would take any other number for the first choice.
    try:
       return int(kind(value))
@@ -87,13 +117,9 @@ def build(wish: RouteAttributes, status: Status) -> AttributesHandle:
       if entries is None:
          continue
       attribute_map = get_map(handle)
-      for name, value in entries.items():
-         if isinstance(value, bool):
-            set_bool(attribute_map, encode(name, f"a name in {field}"), value, record)
-         elif isinstance(value, str):
-            set_string(attribute_map, encode(name, f"a name in {field}"), encode(value, f"{field}[{name!r}]"), record)
-         else:
-            raise TypeError(f"{field}[{name!r}] must be a str or a bool, not {type(value).__name__}")
+      # The mapping is the caller's, who may have changed it since.
+      for name, value in _entries(field, entries):
+         (set_bool if isinstance(value, bool) else set_string)(attribute_map, name, value, record)
    if wish.lifetime is not None:
       library.zerovaapi_RouteAttributes_setLifetime(handle, _choice(wish.lifetime, Lifetime, "lifetime"), record)
    if wish.target_state is not None:

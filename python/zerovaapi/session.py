@@ -10,7 +10,7 @@ from types import TracebackType
 from typing import Any, List, Optional, Sequence, Tuple, Type
 
 from . import attributes, containers
-from ._library import DevicesHandle, SessionHandle, StringArrayHandle, StringHandle, TerminalsHandle, library
+from ._library import PATH, DevicesHandle, SessionHandle, StringArrayHandle, StringHandle, TerminalsHandle, library
 from ._status import Status
 from ._text import decode, encode, int32
 from .attributes import Lifetime, RouteAttributes, State
@@ -31,6 +31,7 @@ class Session:
 
    host: None for this machine, or the name or address of another one.
    immediate: connects to this machine's endpoint for immediate routes.
+
    Blocks for about five seconds where there is no service, and longer as Session.reconnect tells.
    """
 
@@ -62,7 +63,10 @@ class Session:
       code, raw = self._status.check()
       if self._handle is None:
          if code == SERVICE_NOT_AVAILABLE:
-            raise Unreachable(f"{self._place()} cannot be reached", code, raw)
+            # Which endpoint is looked for depends on the library: each is built with a folder.
+            told = "" if self._host is not None else f" by {PATH}"
+            raise Unreachable(f"{self._place()} cannot be reached{told}; the chapter \"When a session does not open\" "
+                              "of the book finds the cause", code, raw)
          raise self._error("a session", code, raw)
 
    def _place(self) -> str:
@@ -184,6 +188,8 @@ class Session:
 
    def calculate(self, source: str, destination: str, wish: Optional[RouteAttributes] = None) -> Route:
       """Calculates a route between two terminals."""
+      if wish is not None and not isinstance(wish, RouteAttributes):
+         raise TypeError(f"wish must be a RouteAttributes, not {type(wish).__name__}")
       ticket: int = self._call(
          "calculate", library.zerovaapi_calculateRoute, encode(source, "source"), encode(destination, "destination"),
          wish=wish or RouteAttributes())
@@ -317,19 +323,23 @@ class Route:
 
    def destroy(self) -> None:
       """Ends the route and its ticket. A service may refuse this of a route that is reserved or programmed."""
-      self._call("destroy", library.zerovaapi_destroyRoute)
+      self._destroy("destroy")
+
+   def _destroy(self, what: str) -> None:
+      self._call(what, library.zerovaapi_destroyRoute)
       self._ended = True
 
    def end(self) -> None:
-      """Takes the route back as far as it had been taken forward here, and destroys it."""
+      """Takes the route back as far as it had been taken forward here, and destroys it. Works once."""
       # A reset may have taken it back before: whether the route can be destroyed tells what counts.
-      for state, step_back in ((State.PROGRAMMED, self.unprogram), (State.RESERVED, self.unreserve)):
+      for state, function, before in ((State.PROGRAMMED, library.zerovaapi_unprogramRoute, State.RESERVED),
+                                      (State.RESERVED, library.zerovaapi_unreserveRoute, State.CALCULATED)):
          if self._state >= state:
             try:
-               step_back()
+               self._step("end", function, before)
             except ServiceError:
                pass
-      self.destroy()
+      self._destroy("end")
 
    def give_up(self) -> int:
       """Leaves the route to live as its lifetime says, and gives its ticket."""

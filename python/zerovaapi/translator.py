@@ -43,6 +43,7 @@ class Environment(IntEnum):
 
 
 _LANGUAGES = dict(zip(("en", "fr", "de", "ja", "ko", "zh"), Language))
+_NAMES = {language.name.lower(): language for language in Language}
 
 
 class Row:
@@ -100,13 +101,16 @@ def _rows(entries: Any) -> List[Row]:
 
 
 def _language(language: Union[Language, str]) -> Language:
+   if isinstance(language, bool) or not isinstance(language, (str, int)):
+      raise TypeError(f"language must be a Language or a str, not {type(language).__name__}")
    if isinstance(language, str):
-      found = _LANGUAGES.get(language.lower()[:2]) if language[2:3] in ("", "-", "_", ".") else None
+      short = _LANGUAGES.get(language.lower()[:2]) if language[2:3] in ("", "-", "_", ".") else None
+      found = _NAMES.get(language.lower(), short)
       if found is not None:
          return found
    elif language in tuple(Language):
       return Language(language)
-   raise RangeError(f"language is {language!r}, which is none of {', '.join(_LANGUAGES)}")
+   raise RangeError(f"language is {language!r}, which is none of {', '.join((*_LANGUAGES, *_NAMES))}")
 
 
 def texts_folder() -> Optional[str]:
@@ -153,9 +157,16 @@ class Translator:
       self._lock = threading.Lock()
       if isinstance(scripts, str):
          raise TypeError("scripts must be a sequence of str, not one str")
+      if isinstance(environment, bool) or not isinstance(environment, int):
+         raise TypeError(f"environment must be an Environment, not {type(environment).__name__}")
       if environment not in tuple(Environment):
          raise RangeError(f"environment is {environment!r}, which is no Environment")
       self._environment = environment
+      if texts is not None:
+         encode(texts, "texts")
+         # The library takes a folder that is not there for one without texts, and knows no code then.
+         if not texts or not os.path.isdir(os.path.join(texts, "zerova")):
+            raise RangeError(f"texts is {texts!r}, in which there is no folder zerova with the texts of the codes")
       folder = texts or texts_folder()
       shared = shared_errors or (os.path.join(folder, "zerova") if folder else "$_trvShared32Dir/Errors")
       drivers = driver_errors or folder or "$_trvShared32Dir/Auxerrors"
@@ -178,7 +189,7 @@ class Translator:
    def _describe(self, operation: str, *arguments: Any) -> str:
       with self._lock:
          if self._handle is None:
-            raise ClosedError("the translator is closed")
+            raise ClosedError("describe: the translator is closed")
          function = getattr(self._handle.record, operation)
          status = Status()
          call = id(status)
@@ -194,14 +205,19 @@ class Translator:
       return text.decode("utf-8", "backslashreplace")
 
    def describe(self, failure: Union[StatusError, int], language: Union[Language, str] = "en") -> Description:
-      """Describes a failure, or a bare code, in a language: a Language, or en, fr, de, ja, ko, zh."""
+      """Describes a failure, or a bare code, in a language: a Language, its name, or en, fr, de, ja, ko, zh.
+
+      Of a code alone there is its sentence, if it has one; a failure has the service's rows besides.
+      """
       word = int(_language(language)) | int(self._environment) << 8
       if isinstance(failure, StatusError):
          code, raw = failure.code, failure.raw
-      elif isinstance(failure, int) and -(2**31) <= failure < 2**32:
+      elif isinstance(failure, bool) or not isinstance(failure, int):
+         raise TypeError(f"failure must be a StatusError or an int, not {type(failure).__name__}")
+      elif -(2**31) <= failure < 2**32:
          code, raw = failure, b""
       else:
-         raise RangeError(f"{failure!r} is neither a StatusError nor a code of 32 bits")
+         raise RangeError(f"failure is {failure}, which is no code of 32 bits")
       sentence = self._describe("getStaticDesc", code & 0xFFFFFFFF, word)
       if sentence == _NOT_FOUND:
          sentence = ""

@@ -85,6 +85,21 @@ class Functions(unittest.TestCase):
       self.assertEqual(sorted(re.findall(r"<h3>(\w+)<", self.page)), sorted(EXPORTS))
 
 
+class PythonPackage(unittest.TestCase):
+   page = (BOOK / "docs" / "python-package.html").read_text(encoding="utf-8").replace("<wbr>", "")
+
+   def test_every_class_of_it_has_a_section_of_its_own(self):
+      exported = (ROOT / "python" / "zerovaapi" / "__init__.py").read_text(encoding="utf-8")
+      names = set(re.findall(r'"(\w+)"', exported.partition("__all__")[2])) - {"LIBRARY_PATH", "Value"}
+      self.assertGreater(len(names), 20)
+      self.assertEqual(set(re.findall(r"<h2>(\w+)<", self.page)), names)
+
+   def test_methods_have_their_types(self):
+      words = re.sub(r"<[^>]+>", "", self.page)
+      self.assertIn("calculate(source: str, destination: str, wish: Optional[RouteAttributes]", re.sub(r"\s+", " ", words)
+                    .replace("( ", "("))
+
+
 class Codes(unittest.TestCase):
    def test_every_code_of_the_table_is_in_the_book(self):
       table = (ROOT / "docs" / "status-codes.md").read_text(encoding="utf-8")

@@ -111,6 +111,26 @@ class Routes(ServiceTest):
       with session.calculate(FROM, TO, RouteAttributes(target_state=State.PROGRAMMED)):
          session.reset_terminal(TO, "disconnect")
 
+   def test_that_have_ended_name_the_method_that_was_called(self):
+      with Session() as session:
+         first, second = session.calculate(FROM, TO), session.calculate(FROM, TO, RouteAttributes(
+            target_state=State.PROGRAMMED))
+         first.end()
+         for use, name in ((first.end, "end"), (first.destroy, "destroy"), (first.reserve, "reserve")):
+            with self.assertRaisesRegex(ClosedError, f"^{name}: the route has ended"):
+               use()
+      for use, name in ((second.end, "end"), (second.destroy, "destroy"), (session.devices, "devices")):
+         with self.assertRaisesRegex(ClosedError, f"^{name}: the session is closed"):
+            use()
+
+   def test_whose_end_is_refused_name_it(self):
+      session = self.session()
+      route = session.calculate(FROM, TO, RouteAttributes(target_state=State.PROGRAMMED))
+      session.reset_terminal(TO, "disconnect")
+      session.route(route.ticket).destroy()
+      with self.assertRaisesRegex(ServiceError, "^end was refused"):
+         route.end()
+
    def test_that_are_given_up_live_on(self):
       session = self.session()
       with session.calculate(FROM, TO) as route:
@@ -197,18 +217,36 @@ class WrongUse(ServiceTest):
          with self.assertRaises(TypeError):
             call()
 
-   def test_of_attributes_is_told(self):
-      session = self.session()
+   def test_of_attributes_is_told_by_their_constructor(self):
       for wish, kind, message in (
-            (RouteAttributes(constraints={"Line": 7}), TypeError, "constraints\\['Line'\\] must be a str or a bool"),
-            (RouteAttributes(constraints={"a\0": True}), TextError, "a name in constraints holds a NUL"),
-            (RouteAttributes(lifetime=2), RangeError, "Lifetime.SESSION, Lifetime.IMMEDIATE"),
-            (RouteAttributes(target_state=-1), RangeError, "none of State"),
-            (RouteAttributes(force_multi_device_route=1), TypeError, "must be a bool"),
-            (RouteAttributes(owner="\udfff"), TextError, "owner holds a lone surrogate")):
-         with self.assertRaisesRegex(kind, message):
-            session.calculate(FROM, TO, wish)
+            ({"constraints": {"Line": 7}}, TypeError, "constraints\\['Line'\\] must be a str or a bool, not int"),
+            ({"constraints": {7: "Line"}}, TypeError, "a name in constraints must be a str"),
+            ({"constraints": {"a\0": True}}, TextError, "a name in constraints holds a NUL"),
+            ({"required_modifiers": ["Invert"]}, TypeError, "required_modifiers must be a mapping"),
+            ({"lifetime": 2}, RangeError, "Lifetime.SESSION, Lifetime.IMMEDIATE"),
+            ({"lifetime": "SESSION"}, TypeError, "lifetime must be a Lifetime, not str"),
+            ({"target_state": -1}, RangeError, "none of State"),
+            ({"target_state": True}, TypeError, "target_state must be a State, not bool"),
+            ({"force_multi_device_route": 1}, TypeError, "must be a bool"),
+            ({"owner": 7}, TypeError, "owner must be a str"),
+            ({"owner": "\udfff"}, TextError, "owner holds a lone surrogate")):
+         with self.subTest(wish), self.assertRaisesRegex(kind, message):
+            RouteAttributes(**wish)
+
+   def test_of_attributes_that_were_changed_later_is_told(self):
+      session = self.session()
+      constraints = {"Line": "trigger_line1"}
+      wish = RouteAttributes(constraints=constraints)
+      constraints["Line"] = 7
+      with self.assertRaisesRegex(TypeError, "must be a str or a bool"):
+         session.calculate(FROM, TO, wish)
       self.assertTrue(session.devices())
+
+   def test_of_a_mapping_for_a_wish_is_told(self):
+      session = self.session()
+      for wish in ({"Line": "trigger_line1"}, {}, "Line"):
+         with self.subTest(wish), self.assertRaisesRegex(TypeError, "wish must be a RouteAttributes, not"):
+            session.calculate(FROM, TO, wish)
 
 
 class EveryFunction(ServiceTest):
@@ -335,8 +373,9 @@ class Page(ServiceTest):
    def test_tells_of_everything_that_is_public(self):
       for name in zerovaapi.__all__:
          self.assertTrue(re.search(rf"\b{name}\b", self.page), name)
-      for kind in (zerovaapi.Session, zerovaapi.Route):
-         for name in vars(kind):
+      for kind in (zerovaapi.Session, zerovaapi.Route, zerovaapi.RouteAttributes, zerovaapi.Lifetime, zerovaapi.State,
+                   zerovaapi.Translator, zerovaapi.Description, zerovaapi.Row):
+         for name in (*vars(kind), *getattr(kind, "__annotations__", ())):
             if not name.startswith("_"):
                self.assertTrue(re.search(rf"\b{name}\b", self.page), (kind, name))
 

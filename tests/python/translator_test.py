@@ -47,9 +47,23 @@ class Descriptions(unittest.TestCase):
       self.assertIsInstance(self.translator.describe(ServiceError("", -77, b"no JSON")).failure, InternalError)
 
    def test_of_anything_else_are_wrong_use(self):
-      for failure, language in ((2**32, "en"), ("-77", "en"), (-77, "xx"), (-77, "deu"), (-77, 6), (-77, None)):
-         with self.subTest((failure, language)), self.assertRaises(RangeError):
+      for failure, language, kind in (
+            (2**32, "en", RangeError), (-77, "xx", RangeError), (-77, "deu", RangeError), (-77, 6, RangeError),
+            ("-77", "en", TypeError), (ClosedError("x"), "de", TypeError), (True, "en", TypeError), (-77, None, TypeError),
+            (-77, True, TypeError)):
+         with self.subTest((failure, language)), self.assertRaises(kind):
             self.translator.describe(failure, language)
+
+   def test_are_had_by_the_name_of_a_language(self):
+      for language in Language:
+         with self.subTest(language):
+            self.assertEqual(self.translator.describe(-89168, language.name.lower()),
+                             self.translator.describe(-89168, language))
+      self.assertEqual(self.translator.describe(-89168, "German"), self.translator.describe(-89168, "de"))
+
+   def test_of_a_code_alone_have_no_rows(self):
+      described = self.translator.describe(-77, "de")
+      self.assertEqual((described, described.sentence, described.rows), ("Error description not found", "", ()))
 
    def test_are_had_by_many_threads_of_one_translator(self):
       wanted = [str(self.translator.describe(-89168, language)) for language in Language]
@@ -89,7 +103,8 @@ class Translators(unittest.TestCase):
 
    def test_are_not_made_with_what_is_wrong(self):
       for options, kind in (({"driver": "a\0"}, TextError), ({"texts": "\ud800"}, TextError), ({"scripts": "a"}, TypeError),
-                            ({"environment": 9}, RangeError)):
+                            ({"environment": 9}, RangeError), ({"environment": "tolm"}, TypeError),
+                            ({"texts": 7}, TypeError), ({"texts": "/nonexistent"}, RangeError), ({"texts": ""}, RangeError)):
          with self.subTest(options), self.assertRaises(kind):
             Translator(**options)
 

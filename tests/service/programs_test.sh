@@ -112,6 +112,19 @@ for signal in TERM INT; do
    exec {input}>&- {output}<&-
 done
 
+# As a script starts it: in the background, with an input that ends at once.
+mkfifo "$folder/stays"
+"${service[@]}" --no-tcp --endpoint-dir "$folder/run" --stay </dev/null >"$folder/stays" &
+pid=$!
+read -r ready <"$folder/stays"
+# A second one comes after whatever the first does at the end of its input.
+run "" --no-tcp --endpoint-dir "$folder/run"
+expect "a service that stays outlives its input" 1 "$code"
+kill -TERM "$pid"
+wait "$pid"
+expect "one that stays ends by a signal" 0 $?
+expect "its sockets are gone then" "" "$(ls "$folder" | grep -x run)"
+
 # A build folder with the real service and a tour of our own.
 mkdir -p "$folder/build/tests" "$folder/build/examples"
 ln -s "$build/tests/service" "$folder/build/tests/service"

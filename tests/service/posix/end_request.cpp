@@ -40,4 +40,11 @@ void EndRequest::wait()
    }
 }
 
+void EndRequest::waitForSignal()
+{
+   pollfd signals = {static_cast<int>(handle_), POLLIN, 0};
+   while (::poll(&signals, 1, -1) < 0)
+      if (errno != EINTR) throw std::system_error(errno, std::generic_category(), "poll");
+}
+
 } // namespace zerova::standin

@@ -19,6 +19,8 @@ public:
 
    // Returns when standard input has ended or one of the signals has come. May be called once.
    void wait();
+   // Returns when one of the signals has come, whatever becomes of the input.
+   void waitForSignal();
 
 private:
    test::NativeHandle handle_;

@@ -17,7 +17,8 @@ constexpr char kUsage[] = R"(Usage: zerova_service_standin [OPTION]...
 
 Serves the routing interface with devices that exist in memory only, until
 standard input ends or SIGTERM or SIGINT comes. Once all endpoints are open it
-prints one line, "ready", with the endpoints behind it.
+prints one line, "ready", with the endpoints behind it. In the background of a
+shell the input ends at once: --stay serves on.
 
   --endpoint-dir DIR   folder of the local endpoints (default: the build's)
   --no-local           no local endpoints
@@ -28,6 +29,7 @@ prints one line, "ready", with the endpoints behind it.
   --no-tcp             no TCP endpoint and no locator
   --locator-port PORT  port of the locator, 0 for a free one (default: 3580)
   --no-locator         no locator
+  --stay               do not end with standard input
   --debug              say that this is a debug service
   --help               print this and end
 )";
@@ -37,6 +39,7 @@ struct Invocation
    zerova::standin::ServiceOptions service;
    std::optional<zerova::test::LoopbackAddress> ownAddress;
    bool wantsHelp = false;
+   bool stays = false;
 };
 
 std::uint16_t portFrom(const std::string& option, const std::string& text)
@@ -77,6 +80,8 @@ void parse(const std::vector<std::string>& arguments, Invocation& invocation)
          service.locatorPort = portFrom(option, value());
       else if (option == "--no-locator")
          service.locatorPort.reset();
+      else if (option == "--stay")
+         invocation.stays = true;
       else if (option == "--debug")
          service.isDebug = true;
       else
@@ -102,7 +107,10 @@ int main(int argc, char** argv)
       for (const std::string& endpoint : service.endpoints())
          std::cout << "  " << endpoint;
       std::cout << std::endl;
-      end.wait();
+      if (invocation.stays)
+         end.waitForSignal();
+      else
+         end.wait();
       return 0;
    } catch (const std::invalid_argument& error) {
       std::cerr << "zerova_service_standin: " << error.what() << '\n';

@@ -76,6 +76,11 @@ Refusal& Refusal::usage(std::string_view key, std::int32_t number)
    return row(usageRow(key, std::to_string(number)));
 }
 
+Refusal& Refusal::elaboration(std::string_view text)
+{
+   return row(R"({"type":"elaboration","usage":)" + quoted(text) + "}");
+}
+
 Refusal& Refusal::header(std::string_view key)
 {
    return row(R"({"type":"header","usage":)" + quoted(key) + "}");

@@ -57,6 +57,8 @@ public:
    Refusal& usageList(std::string_view key, const std::vector<std::string>& texts);
    // The number of an attribute, for the keys that mean one, such as "kUsageTypeAttributeId".
    Refusal& usage(std::string_view key, std::int32_t number);
+   // A sentence that is shown as it stands.
+   Refusal& elaboration(std::string_view text);
    // A line of text, and one without any.
    Refusal& header(std::string_view key);
    Refusal& emptyLine();

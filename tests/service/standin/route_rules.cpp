@@ -30,16 +30,19 @@ bool isSameValue(const Attribute& left, const Attribute& right)
    return left.attr_type == AttrType::BOOL && left.bool_attr == right.bool_attr;
 }
 
-ThriftStatus notMet(const Place& place, const std::string& name, const Attribute& wanted,
-                    const std::vector<std::string>& possible)
+Refusal notMet(const Place& place, const std::string& name, const Attribute& wanted)
 {
    return Refusal(kConstraintNotMet)
       .usage("kUsageTypeDevice", place.device->name)
       .usage("kUsageTypeTerminalString", place.terminal->uri)
       .usage("kUsageTypeAttributeId", attributeNumber(name))
-      .usage("kUsageTypeValue", shown(wanted))
-      .usageList("kUsageTypePossibleValues", possible)
-      .status();
+      .usage("kUsageTypeValue", shown(wanted));
+}
+
+ThriftStatus notMet(const Place& place, const std::string& name, const Attribute& wanted,
+                    const std::vector<std::string>& possible)
+{
+   return notMet(place, name, wanted).usageList("kUsageTypePossibleValues", possible).status();
 }
 
 ThriftStatus unknownName(ErrorCode code, const std::string& name,
@@ -141,10 +144,14 @@ private:
       for (const auto& [name, value] : attributes_.constraints) {
          if (name != "Line" && name != "SingleDevice")
             throw unknownName(kUnknownConstraint, name, {"Line", "SingleDevice"});
-         if (value.attr_type != (name == "Line" ? AttrType::STRING : AttrType::BOOL))
-            throw notMet(source_, name, value, {});
+         if (name == "Line" && value.attr_type != AttrType::STRING) throw lineNotMet(value);
+         if (name == "SingleDevice" && value.attr_type != AttrType::BOOL)
+            throw notMet(source_, name, value, {"true", "false"});
       }
    }
+
+   bool isOneDevice() const { return source_.device == destination_.device; }
+   bool leaves() const { return !isOneDevice() || attributes_.force_multi_device_route; }
 
    void requireMatchingEnds() const
    {
@@ -162,15 +169,21 @@ private:
          .status();
    }
 
+   ThriftStatus lineNotMet(const Attribute& wanted) const
+   {
+      if (leaves()) return notMet(source_, "Line", wanted, possibleLines());
+      return notMet(source_, "Line", wanted)
+         .elaboration("The route stays in one device and takes no line.")
+         .status();
+   }
+
    std::vector<Place> way() const
    {
-      const bool isOneDevice = source_.device == destination_.device;
-      const bool leaves = !isOneDevice || attributes_.force_multi_device_route;
       if (const Attribute* single = constraint("SingleDevice");
-          single && single->bool_attr == leaves)
-         throw notMet(source_, "SingleDevice", *single, {leaves ? "false" : "true"});
-      if (leaves) return wayOverLine(isOneDevice);
-      if (const Attribute* line = constraint("Line")) throw notMet(source_, "Line", *line, {});
+          single && single->bool_attr == leaves())
+         throw notMet(source_, "SingleDevice", *single, {leaves() ? "false" : "true"});
+      if (leaves()) return wayOverLine(isOneDevice());
+      if (const Attribute* line = constraint("Line")) throw lineNotMet(*line);
       return {source_, destination_};
    }
 
@@ -194,7 +207,7 @@ private:
          return way;
       }
       if (const Attribute* line = constraint("Line"); line && taken.empty())
-         throw notMet(source_, "Line", *line, {});
+         throw lineNotMet(*line);
       if (taken.empty()) throw notPossible();
       throw Refusal(kLineInUse)
          .usage("kUsageTypeSourceTerminal", source_.terminal->uri)
@@ -203,11 +216,26 @@ private:
          .status();
    }
 
-   bool isUsable(const Terminal& line) const
+   bool isLineOfSource(const Terminal& terminal) const
+   {
+      return terminal.is("IsLine") && terminal.kind() == source_.terminal->kind();
+   }
+
+   bool isUsable(const Terminal& terminal) const
    {
       const Attribute* wanted = constraint("Line");
-      return line.is("IsLine") && line.kind() == source_.terminal->kind() &&
-             (!wanted || wanted->str_attr == line.name);
+      return isLineOfSource(terminal) && (!wanted || wanted->str_attr == terminal.name);
+   }
+
+   // Those on which the route could leave its device, be they taken or not.
+   std::vector<std::string> possibleLines() const
+   {
+      std::vector<std::string> names;
+      for (const Terminal& line : source_.device->terminals)
+         if (isLineOfSource(line) && Inventory::findTerminal(*destination_.device, line.name) &&
+             (!isOneDevice() || bridgeWith(line.name)))
+            names.push_back(line.name);
+      return names;
    }
 
    std::optional<Place> bridgeWith(const std::string& line) const

@@ -47,6 +47,11 @@ EndRequest::~EndRequest()
 void EndRequest::wait()
 {
    std::thread(readInput).detach();
+   waitForSignal();
+}
+
+void EndRequest::waitForSignal()
+{
    WaitForSingleObject(asked, INFINITE);
 }
 

@@ -49,6 +49,31 @@ TEST_F(StandInAttributes, RefuseALineThatIsNotThere)
                                          HasSubstr(row("kUsageTypeValue", R"("analog_line7")"))));
 }
 
+TEST_F(StandInAttributes, TellTheLinesThatThereAre)
+{
+   const auto possible = [this](const Attribute& line, const std::string& to) {
+      attributes_.__set_constraints({{"Line", line}});
+      return refusalOf([&] { calculate("/timer1/pulse", to); }).description;
+   };
+   const std::string lines =
+      row("kUsageTypePossibleValues", R"(["trigger_line0","trigger_line1"])");
+   EXPECT_THAT(possible(textAttribute("trigger_line9"), "/digitizer3/start"), HasSubstr(lines));
+   EXPECT_THAT(possible(textAttribute("analog_line1"), "/digitizer3/start"), HasSubstr(lines));
+   EXPECT_THAT(possible(boolAttribute(true), "/digitizer3/start"), HasSubstr(lines));
+   EXPECT_THAT(possible(textAttribute("trigger_line0"), "/timer1/gate"),
+               AllOf(HasSubstr(R"({"type":"elaboration","usage":"The route stays in one device)"),
+                     Not(HasSubstr("kUsageTypePossibleValues"))));
+   attributes_.__set_force_multi_device_route(true);
+   EXPECT_THAT(possible(textAttribute("clock_line0"), "/timer1/gate"), HasSubstr(lines));
+}
+
+TEST_F(StandInAttributes, TellTheValuesOfABoolean)
+{
+   attributes_.__set_constraints({{"SingleDevice", textAttribute("yes")}});
+   EXPECT_THAT(refusalOf([this] { calculate(); }).description,
+               HasSubstr(row("kUsageTypePossibleValues", R"(["true","false"])")));
+}
+
 TEST_F(StandInAttributes, RefuseALineInsideOneDevice)
 {
    attributes_.__set_constraints({{"Line", textAttribute("analog_line0")}});
