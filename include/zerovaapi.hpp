@@ -33,8 +33,9 @@
 //     no ticket: the Route of one ends nothing. When a session is closed, the routes of it hold
 //     nothing any more.
 //  6. Cost. A call that succeeds allocates what the C function allocates and nothing else;
-//     Translator::settingsFor alone builds a std::string, and Translator::detailRows takes one block
-//     for its rows. Walking a range copies nothing.
+//     Translator::settingsFor alone builds a std::string, Translator::detailRows takes one block for
+//     its rows, and Session::terminals one for the names in a container. Walking a range copies
+//     nothing.
 //  7. Threads. A session together with its routes is used by one thread at a time, and so is each
 //     other object; different sessions are independent. Several threads may read one range.
 //  8. Parts of a program that are compiled with exceptions and parts without may be linked together,
@@ -1162,6 +1163,32 @@ public:
          if (!fault) fault = names[i].fault();
       }
       return terminalsOf(device, list, fault, onFailure);
+   }
+   // With those of a std::vector<std::string> or of another container of texts. Takes memory for a
+   // list of them. Codes: -52000, out of memory.
+   template <typename Names, typename Name = decltype(*std::declval<const Names&>().begin()),
+             typename = std::enable_if_t<std::is_lvalue_reference_v<Name> &&
+                                         std::is_convertible_v<Name, Text>>>
+   Terminals terminals(Text device, const Names& names, OnFailure onFailure ZEROVAAPI_OR_THROW)
+   {
+      struct Free
+      {
+         void operator()(const char** list) const noexcept { std::free(list); }
+      };
+      const auto count = static_cast<std::size_t>(std::distance(names.begin(), names.end()));
+      const detail::Owner<const char**, Free> list(
+         static_cast<const char**>(std::calloc(count + 1, sizeof(const char*))));
+      if (!list.get()) {
+         onFailure.fail(kOutOfMemory, "", nullptr);
+         return {};
+      }
+      const char* fault = nullptr;
+      const char** end = list.get();
+      for (const Text name : names) {
+         *end++ = name.c_str();
+         if (!fault) fault = name.fault();
+      }
+      return terminalsOf(device, list.get(), fault, onFailure);
    }
    // With the attributes of an array that ends with a null pointer; a null array asks for none.
    Terminals terminals(Text device, const char* const* names,
