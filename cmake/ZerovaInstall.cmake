@@ -15,8 +15,8 @@ endif()
 # Not the architecture's: the system reads it here alone.
 set(tmpfiles_dir "lib/tmpfiles.d")
 
-# First, since rules are carried out in their order: whether the prefix can be written to, and which
-# folders are made for us and go again.
+# First, since rules are carried out in their order: whether all is built, whether the prefix can be
+# written to, and which folders are made for us and go again.
 set(folders "${CMAKE_INSTALL_LIBDIR}" "${CMAKE_INSTALL_INCLUDEDIR}" "${ZEROVA_INSTALL_TEXTSDIR}"
    "${CMAKE_INSTALL_MANDIR}/man3" "${CMAKE_INSTALL_MANDIR}/man7" "${packages_dir}" "${pkgconfig_dir}" "${CMAKE_INSTALL_DOCDIR}" "${tmpfiles_dir}"
    "${ZEROVA_INSTALL_PROGRAMSDIR}")
@@ -26,11 +26,26 @@ if(WIN32)
 elseif(NOT ZEROVA_BUILD_EXAMPLES)
    list(REMOVE_ITEM folders "${ZEROVA_INSTALL_PROGRAMSDIR}")
 endif()
-if(ZEROVA_BUILD_TOOLS)
+if(ZEROVA_BUILD_TOOLS AND NOT WIN32)
    list(APPEND folders "${CMAKE_INSTALL_BINDIR}" "${CMAKE_INSTALL_MANDIR}/man1"
       "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
 endif()
-configure_file(cmake/prepare_install.cmake.in "${PROJECT_BINARY_DIR}/prepare_install.cmake" @ONLY)
+set(installed_files "\"$<TARGET_FILE:zerovaapi>\"" "\"${PROJECT_BINARY_DIR}/texts/generated/zerova/English/zerova.err\""
+   "\"${PROJECT_BINARY_DIR}/man/made\"")
+if(TARGET zerova_notices)
+   list(APPEND installed_files "\"${PROJECT_BINARY_DIR}/third-party.md\"")
+endif()
+if(ZEROVA_BUILD_EXAMPLES)
+   foreach(example quick_start route_tour describe_error list_and_route)
+      list(APPEND installed_files "\"$<TARGET_FILE:${example}>\"")
+   endforeach()
+endif()
+if(ZEROVA_BUILD_TOOLS AND NOT WIN32)
+   list(APPEND installed_files "\"$<TARGET_FILE:zerovactl>\"" "\"$<TARGET_FILE:zerova-simulator>\"")
+endif()
+list(JOIN installed_files " " installed_files)
+configure_file(cmake/prepare_install.cmake.in "${PROJECT_BINARY_DIR}/prepare_install.cmake.in" @ONLY)
+file(GENERATE OUTPUT "${PROJECT_BINARY_DIR}/prepare_install.cmake" INPUT "${PROJECT_BINARY_DIR}/prepare_install.cmake.in")
 install(SCRIPT "${PROJECT_BINARY_DIR}/prepare_install.cmake" ALL_COMPONENTS)
 
 install(TARGETS zerovaapi EXPORT zerovaapiTargets

@@ -46,23 +46,35 @@ void showRefusal(zerovaapi::Session& session, const std::string& texts)
    zerovaapi::Status refused;
    route.program(refused);
    if (!refused.failed()) return;
+   std::cout << "refused with " << refused.code() << '\n';
+   // What the service has told: its codes have sentences only where it has installed some.
    zerovaapi::Translator translator(zerovaapi::Translator::settingsFor(texts));
-   std::cout << "refused with " << refused.code() << ": "
-             << translator.describe(refused, zerovaapi::Language::german) << '\n'
-             << translator.details(refused, zerovaapi::Language::german) << '\n';
+   for (const auto row : translator.detailRows(refused, zerovaapi::Language::german))
+      if (!row.isDebug()) std::cout << "   " << row << '\n';
+}
+
+// One of the library's own failures has a sentence instead.
+void showFailure(const zerovaapi::Error& error, const std::string& texts)
+{
+   zerovaapi::Status own; // a text that cannot be translated must not hide the failure
+   zerovaapi::Translator translator(zerovaapi::Translator::settingsFor(texts), own);
+   std::cerr << "list_and_route: " << error.what() << '\n'
+             << translator.describe(error, zerovaapi::Language::german, own) << '\n';
 }
 
 } // namespace
 
 int main(int argc, char** argv)
-try {
+{
    const std::string texts = argc > 1 ? argv[1] : "/usr/share/zerovaapi/texts";
-   auto session = argc > 2 ? zerovaapi::Session::remote(argv[2]) : zerovaapi::Session::local();
-   listTerminals(session);
-   makeRoute(session);
-   showRefusal(session, texts);
-   return 0;
-} catch (const zerovaapi::Error& error) {
-   std::cerr << "list_and_route: " << error.what() << '\n';
-   return 1;
+   try {
+      auto session = argc > 2 ? zerovaapi::Session::remote(argv[2]) : zerovaapi::Session::local();
+      listTerminals(session);
+      makeRoute(session);
+      showRefusal(session, texts);
+      return 0;
+   } catch (const zerovaapi::Error& error) {
+      showFailure(error, texts);
+      return 1;
+   }
 }

@@ -33,7 +33,9 @@
 //     no ticket: the Route of one ends nothing. When a session is closed, the routes of it hold
 //     nothing any more.
 //  6. Cost. A call that succeeds allocates what the C function allocates and nothing else;
-//     Translator::settingsFor alone builds a std::string. Walking a range copies nothing.
+//     Translator::settingsFor alone builds a std::string, Translator::detailRows takes one block for
+//     its rows, and Session::terminals one for the names in a container. Walking a range copies
+//     nothing.
 //  7. Threads. A session together with its routes is used by one thread at a time, and so is each
 //     other object; different sessions are independent. Several threads may read one range.
 //  8. Parts of a program that are compiled with exceptions and parts without may be linked together,
@@ -290,6 +292,12 @@ public:
       Status own;
       own.fail(code, errorConstant, sentence);
       raise(own);
+   }
+   // The same with a failure that there is already.
+   void pass(Status failed) const
+   {
+      if (!told_) return raise(failed);
+      if (!told_->failed()) told_->swap(failed);
    }
    static void raise([[maybe_unused]] const Status& status)
    {
@@ -976,7 +984,8 @@ public:
    }
 
    // Ends the route as the destructor does, at once, also one that is immediate, and tells what
-   // fails. After a failure it still holds the ticket, in the state that it got to.
+   // fails. After a failure it still holds the ticket, in the state that it got to. A route that has
+   // ended holds none, so to end it again is wrong use.
    void end(OnFailure onFailure ZEROVAAPI_OR_THROW)
    {
       bool goesOn = true;
@@ -1155,6 +1164,32 @@ public:
       }
       return terminalsOf(device, list, fault, onFailure);
    }
+   // With those of a std::vector<std::string> or of another container of texts. Takes memory for a
+   // list of them. Codes: -52000, out of memory.
+   template <typename Names, typename Name = decltype(*std::declval<const Names&>().begin()),
+             typename = std::enable_if_t<std::is_lvalue_reference_v<Name> &&
+                                         std::is_convertible_v<Name, Text>>>
+   Terminals terminals(Text device, const Names& names, OnFailure onFailure ZEROVAAPI_OR_THROW)
+   {
+      struct Free
+      {
+         void operator()(const char** list) const noexcept { std::free(list); }
+      };
+      const auto count = static_cast<std::size_t>(std::distance(names.begin(), names.end()));
+      const detail::Owner<const char**, Free> list(
+         static_cast<const char**>(std::calloc(count + 1, sizeof(const char*))));
+      if (!list.get()) {
+         onFailure.fail(kOutOfMemory, "", nullptr);
+         return {};
+      }
+      const char* fault = nullptr;
+      const char** end = list.get();
+      for (const Text name : names) {
+         *end++ = name.c_str();
+         if (!fault) fault = name.fault();
+      }
+      return terminalsOf(device, list.get(), fault, onFailure);
+   }
    // With the attributes of an array that ends with a null pointer; a null array asks for none.
    Terminals terminals(Text device, const char* const* names,
                        OnFailure onFailure ZEROVAAPI_OR_THROW)
@@ -1324,6 +1359,411 @@ private:
    Route* routes_ = nullptr;  // the first of its open ones
 };
 
+namespace detail {
+
+// What a description of the format "json1" becomes for DetailRows: items one behind the other, each
+// a character and, but for the first two, a text with its NUL.
+enum DetailItem : char
+{
+   endOfDetails = '\0',
+   debugRow = 'D', // begins a row, as the next does
+   dynamicRow = 'R',
+   headingOfRow = 'H',
+   valueOfRow = 'V'
+};
+
+// Walks over JSON and writes items. Any text is safe to read: where one does not fit, reading ends
+// and what was written stays.
+class DetailReader
+{
+public:
+   // items: at least sizeFor bytes.
+   static std::size_t sizeFor(const char* json) noexcept { return 2 * std::strlen(json) + 4; }
+   DetailReader(const char* json, char* items) noexcept
+      : json_(json)
+      , out_(items)
+   {
+      readRows("dynamic", dynamicRow);
+      readRows("debug", debugRow);
+      *out_ = endOfDetails;
+   }
+
+private:
+   void skipBlanks() noexcept
+   {
+      if (at_) at_ += std::strspn(at_, " \t\r\n");
+   }
+   bool stands(char letter) noexcept
+   {
+      skipBlanks();
+      return at_ && *at_ == letter;
+   }
+   bool take(char letter) noexcept
+   {
+      const bool taken = stands(letter);
+      if (taken) ++at_;
+      return taken;
+   }
+   // Takes each member of the object, or element of the array, that is there.
+   template <typename Function>
+   void readEach(char open, char close, Function function) noexcept
+   {
+      if (!take(open)) at_ = nullptr;
+      if (take(close)) return;
+      do
+         function();
+      while (take(','));
+      if (!take(close)) at_ = nullptr;
+   }
+   // Takes the name of a member and the colon, and returns the name as it is written.
+   std::string_view takeName() noexcept
+   {
+      skipBlanks();
+      const char* const begin = at_;
+      skipString();
+      const char* const end = at_;
+      if (!take(':')) at_ = nullptr;
+      return at_ ? std::string_view(begin + 1, static_cast<std::size_t>(end - begin) - 2)
+                 : std::string_view();
+   }
+
+   void skipString() noexcept
+   {
+      if (!take('"')) at_ = nullptr;
+      while (at_ && *at_ != '"')
+         if (*at_ == '\0' || (*at_ == '\\' && *++at_ == '\0'))
+            at_ = nullptr;
+         else
+            ++at_;
+      if (at_) ++at_;
+   }
+   // A string, a number, or all between two brackets.
+   void skipValue() noexcept
+   {
+      std::size_t depth = 0;
+      do {
+         if (stands('"')) {
+            skipString();
+         } else if (stands('{') || stands('[')) {
+            ++depth;
+            ++at_;
+         } else if (depth > 0 && (stands('}') || stands(']'))) {
+            --depth;
+            ++at_;
+         } else if (depth > 0 && (stands(',') || stands(':'))) {
+            ++at_;
+         } else if (at_) {
+            const std::size_t length = std::strcspn(at_, ",:[]{}\" \t\r\n");
+            at_ = length > 0 ? at_ + length : nullptr;
+         }
+      } while (at_ && depth > 0);
+   }
+
+   void put(uint32_t character) noexcept
+   {
+      const auto byte = [this](uint32_t value) { *out_++ = static_cast<char>(value); };
+      if (character >= 0x10000) {
+         byte(0xF0 | (character >> 18));
+         byte(0x80 | ((character >> 12) & 0x3F));
+      } else if (character >= 0x800) {
+         byte(0xE0 | (character >> 12));
+      } else if (character >= 0x80) {
+         byte(0xC0 | (character >> 6));
+      } else {
+         byte(character);
+         return;
+      }
+      if (character >= 0x800) byte(0x80 | ((character >> 6) & 0x3F));
+      byte(0x80 | (character & 0x3F));
+   }
+   static bool isBetween(uint32_t value, uint32_t least, uint32_t most) noexcept
+   {
+      return value >= least && value <= most;
+   }
+   // Of the four digits behind \u. False if these are none.
+   bool takeDigits(uint32_t& value) noexcept
+   {
+      value = 0;
+      for (int count = 0; count < 4; ++count, ++at_) {
+         static constexpr char kDigits[] = "0123456789abcdef";
+         const char lower = *at_ >= 'A' && *at_ <= 'F' ? static_cast<char>(*at_ + 32) : *at_;
+         const char* const digit = lower ? std::strchr(kDigits, lower) : nullptr;
+         if (!digit) return false;
+         value = 16 * value + static_cast<uint32_t>(digit - kDigits);
+      }
+      return true;
+   }
+   void takeEscape() noexcept
+   {
+      static constexpr char kNames[] = "bfnrt\"\\/";
+      static constexpr char kValues[] = "\b\f\n\r\t\"\\/";
+      static constexpr uint32_t kReplacement = 0xFFFD; // for halves of characters, and a NUL
+      const char* const name = *at_ ? std::strchr(kNames, *at_) : nullptr;
+      uint32_t character = 0;
+      if (name) {
+         *out_++ = kValues[name - kNames];
+         ++at_;
+      } else if (*at_++ != 'u' || !takeDigits(character)) {
+         at_ = nullptr;
+      } else {
+         if (isBetween(character, 0xD800, 0xDBFF) && at_[0] == '\\' && at_[1] == 'u') {
+            const char* const second = at_;
+            uint32_t low = 0;
+            at_ += 2;
+            if (takeDigits(low) && isBetween(low, 0xDC00, 0xDFFF))
+               return put(0x10000 + ((character - 0xD800) << 10) + (low - 0xDC00));
+            at_ = second;
+         }
+         put(character == 0 || isBetween(character, 0xD800, 0xDFFF) ? kReplacement : character);
+      }
+   }
+   // A string without its escapes, anything else as it is written.
+   void writeItem(DetailItem item) noexcept
+   {
+      char* const before = out_;
+      *out_++ = item;
+      if (take('"')) {
+         while (at_ && *at_ != '"' && *at_ != '\0')
+            if (*at_ != '\\') {
+               *out_++ = *at_++;
+            } else {
+               ++at_;
+               takeEscape();
+            }
+         if (at_) at_ = *at_ == '"' ? at_ + 1 : nullptr;
+      } else {
+         skipBlanks();
+         const char* const begin = at_;
+         skipValue();
+         if (at_) {
+            const auto length = static_cast<std::size_t>(at_ - begin);
+            std::memcpy(out_, begin, length);
+            out_ += length;
+         }
+      }
+      if (at_)
+         *out_++ = '\0';
+      else
+         out_ = before;
+   }
+
+   void readRow(DetailItem row) noexcept
+   {
+      *out_++ = row;
+      readEach('{', '}', [this] {
+         const std::string_view name = takeName();
+         if (name == "key")
+            writeItem(headingOfRow);
+         else if (name == "value" && stands('['))
+            readEach('[', ']', [this] { writeItem(valueOfRow); });
+         else if (name == "value")
+            writeValue();
+         else
+            skipValue();
+      });
+   }
+   // An empty array is written as an empty object.
+   void writeValue() noexcept
+   {
+      const char* const begin = at_;
+      if (take('{') && take('}')) return;
+      at_ = begin;
+      writeItem(valueOfRow);
+   }
+   void readRows(const char* list, DetailItem row) noexcept
+   {
+      at_ = json_;
+      readEach('{', '}', [&] {
+         if (takeName() == list && stands('['))
+            readEach('[', ']', [&] { readRow(row); });
+         else
+            skipValue();
+      });
+   }
+
+   const char* json_;
+   const char* at_ = nullptr; // null: the text is not what was expected
+   char* out_;
+};
+
+// A position among the items of a row.
+class DetailValue
+{
+public:
+   DetailValue() noexcept = default;
+   explicit DetailValue(const char* at) noexcept
+      : at_(toValue(at))
+   {
+   }
+   Text operator*() const noexcept { return at_ + 1; }
+
+   // The items of a row that are no values are passed over. Null behind the last.
+   static const char* toValue(const char* at) noexcept
+   {
+      while (*at == headingOfRow)
+         at = next(at);
+      return *at == valueOfRow ? at : nullptr;
+   }
+   static const char* next(const char* at) noexcept
+   {
+      return *at == headingOfRow || *at == valueOfRow ? at + std::strlen(at) + 1 : at + 1;
+   }
+   void advance() noexcept { at_ = toValue(next(at_)); }
+   bool isSame(const DetailValue& other) const noexcept { return at_ == other.at_; }
+
+   const char* at_ = nullptr;
+};
+
+} // namespace detail
+
+// The values of a row, each a Text, borrowed from the rows.
+class DetailValues
+{
+public:
+   class Iterator
+   {
+   public:
+      using value_type = Text;
+      using difference_type = std::ptrdiff_t;
+      using pointer = const Text*;
+      using reference = Text;
+      using iterator_category = std::input_iterator_tag;
+
+      Iterator() noexcept = default;
+      explicit Iterator(detail::DetailValue at) noexcept
+         : at_(at)
+      {
+      }
+      Text operator*() const noexcept { return *at_; }
+      Iterator& operator++() noexcept
+      {
+         at_.advance();
+         return *this;
+      }
+      Iterator operator++(int) noexcept // NOLINT(cert-dcl21-cpp): as iterators do
+      {
+         const Iterator before = *this;
+         ++*this;
+         return before;
+      }
+      friend bool operator==(const Iterator& a, const Iterator& b) noexcept
+      {
+         return a.at_.isSame(b.at_);
+      }
+      friend bool operator!=(const Iterator& a, const Iterator& b) noexcept { return !(a == b); }
+
+   private:
+      detail::DetailValue at_;
+   };
+
+   Iterator begin() const noexcept { return begin_; }
+   static Iterator end() noexcept { return {}; }
+   bool empty() const noexcept { return begin() == end(); }
+
+private:
+   friend class DetailRow;
+   explicit DetailValues(detail::DetailValue begin) noexcept
+      : begin_(begin)
+   {
+   }
+   Iterator begin_;
+};
+
+// A row of a description: a heading and its values, or a line of text, or, with neither, an empty
+// line. Printed it is "HEADING: VALUE, VALUE". Borrowed from the rows.
+class DetailRow
+{
+public:
+   DetailRow() noexcept = default;
+
+   // "" if it has none.
+   Text heading() const noexcept
+   {
+      const char* at = at_ + 1;
+      while (*at == detail::valueOfRow)
+         at = detail::DetailValue::next(at);
+      return *at == detail::headingOfRow ? at + 1 : "";
+   }
+   DetailValues values() const noexcept { return DetailValues(detail::DetailValue(at_ + 1)); }
+   // Whether it is for a developer: the site, and whatever no other row shows.
+   bool isDebug() const noexcept { return *at_ == detail::debugRow; }
+
+   template <typename Traits>
+   friend std::basic_ostream<char, Traits>& operator<<(std::basic_ostream<char, Traits>& out,
+                                                       const DetailRow& row)
+   {
+      const Text heading = row.heading();
+      const char* between = "";
+      if (heading != "") out << heading << ": ";
+      for (const Text value : row.values()) {
+         out << between << value;
+         between = ", ";
+      }
+      return out;
+   }
+
+private:
+   friend class DetailRows;
+   friend class detail::Iterator<DetailRow>;
+   explicit DetailRow(const char* at) noexcept
+      : at_(at && *at != detail::endOfDetails ? at : nullptr)
+   {
+   }
+   void advance() noexcept
+   {
+      do
+         at_ = detail::DetailValue::next(at_);
+      while (*at_ == detail::headingOfRow || *at_ == detail::valueOfRow);
+      *this = DetailRow(at_);
+   }
+   bool isSame(const DetailRow& other) const noexcept { return at_ == other.at_; }
+
+   const char* at_ = nullptr;
+};
+
+// What a failure's json holds for a reader, the rows for a developer last.
+class DetailRows
+{
+public:
+   DetailRows() noexcept = default;
+
+   detail::Iterator<DetailRow> begin() const noexcept
+   {
+      return detail::Iterator<DetailRow>(DetailRow(items_.get()));
+   }
+   static detail::Iterator<DetailRow> end() noexcept { return {}; }
+   bool empty() const noexcept { return begin() == end(); }
+
+private:
+   friend class Translator;
+   struct Release
+   {
+      void operator()(char* items) const noexcept { std::free(items); }
+   };
+   // False if there is no memory.
+   bool read(const char* json) noexcept
+   {
+      items_ = Items(static_cast<char*>(std::malloc(detail::DetailReader::sizeFor(json))));
+      if (items_.get()) detail::DetailReader(json, items_.get());
+      return items_.get() != nullptr;
+   }
+   // One row, which is the text as it stands.
+   bool keep(const char* text) noexcept
+   {
+      const std::size_t size = std::strlen(text) + 1;
+      items_ = Items(static_cast<char*>(std::malloc(size + 3)));
+      if (!items_.get()) return false;
+      items_.get()[0] = detail::dynamicRow;
+      items_.get()[1] = detail::valueOfRow;
+      std::memcpy(items_.get() + 2, text, size);
+      items_.get()[2 + size] = detail::endOfDetails;
+      return true;
+   }
+
+   using Items = detail::Owner<char*, Release>;
+   Items items_;
+};
+
 // In which words a failure is described.
 struct Wording
 {
@@ -1365,7 +1805,9 @@ public:
              quoted + R"(/zerova","AuxErrorsDir":")" + quoted + R"("}})";
    }
 
-   // The sentence of a code.
+   // The sentence of a code, or "Error description not found", which is no failure: it is so for
+   // each code of a service that has installed no sentences, and for every code where the settings
+   // name a folder that is not there.
    OwnedText describe(int32_t code, Wording wording, OnFailure onFailure ZEROVAAPI_OR_THROW)
    {
       return give(onFailure, fault(), [&](quelerr_Status* record, void* context) {
@@ -1379,7 +1821,8 @@ public:
    }
 
    // What a failure's json holds for a reader: a JSON object of rows, "json1" in
-   // docs/translator.md. Holds nothing if there is nothing to tell, which is no failure.
+   // docs/translator.md. Holds nothing if there is nothing to tell, which is no failure. A text that
+   // is no JSON fails with -52003. detailRows gives the same without either.
    OwnedText details(Text json, Wording wording, OnFailure onFailure ZEROVAAPI_OR_THROW)
    {
       if (!fault() && (!handle()->getDynamicDesc || (!json.fault() && *json.c_str() == '\0')))
@@ -1394,7 +1837,35 @@ public:
    {
       return details(failed.json(), wording, onFailure);
    }
+   // The same as rows, which need no reader of JSON. A text that cannot be described, such as one of
+   // a service that is no JSON, is no failure here: it is the only row, as it stands. Codes: -52000,
+   // out of memory.
+   DetailRows detailRows(Text json, Wording wording, OnFailure onFailure ZEROVAAPI_OR_THROW)
+   {
+      DetailRows rows;
+      if (onFailure.told() && onFailure.told()->failed()) return rows;
+      Status own;
+      const OwnedText described = details(json, wording, own);
+      bool hasMemory = true;
+      if (described)
+         hasMemory = rows.read(described.c_str());
+      else if (own.code() == kCannotBeDescribed)
+         hasMemory = rows.keep(json.c_str());
+      else if (own.failed())
+         onFailure.pass(std::move(own));
+      if (!hasMemory) onFailure.fail(kOutOfMemory, "", nullptr);
+      return rows;
+   }
+   DetailRows detailRows(const Status& failed, Wording wording,
+                         OnFailure onFailure ZEROVAAPI_OR_THROW)
+   {
+      return detailRows(failed.json(), wording, onFailure);
+   }
 #if ZEROVAAPI_HAS_EXCEPTIONS
+   DetailRows detailRows(const Error& failed, Wording wording, OnFailure onFailure = {})
+   {
+      return detailRows(failed.json(), wording, onFailure);
+   }
    OwnedText describe(const Error& failed, Wording wording, OnFailure onFailure = {})
    {
       return describe(failed.code(), wording, onFailure);
@@ -1422,6 +1893,8 @@ private:
          translator->destroy(translator);
       }
    };
+
+   static constexpr int32_t kCannotBeDescribed = -52003; // what a script leaves that failed
 
    static void setOutOfMemory(quelerr_Status* record) noexcept
    {

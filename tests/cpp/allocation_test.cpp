@@ -10,6 +10,7 @@
 #include <limits>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -97,6 +98,19 @@ TEST_F(CppAllocations, OfListsAndTheirWalkAreThoseOfTheCallsInC)
              }),
              expected);
    EXPECT_EQ(c.code, 0);
+}
+
+TEST_F(CppAllocations, OfNamesInAContainerAreOneMoreAndMayFail)
+{
+   const std::vector<std::string> names = {"Name", "Kind"};
+   const size_t expected = allocationsOf([&] { session.terminals("dev", {"Name", "Kind"}); });
+   EXPECT_EQ(allocationsOf([&] { session.terminals("dev", names); }), expected + 1);
+   Status status;
+   {
+      const FailingMalloc failing(0);
+      session.terminals("dev", names, status);
+   }
+   EXPECT_EQ(status.code(), zerovaapi::kOutOfMemory);
 }
 
 TEST_F(CppAllocations, OfASessionAreThoseOfTheCallInC)

@@ -41,12 +41,26 @@ TEST(DocsCpp, ChainTellsThatThereIsNoService)
    EXPECT_THAT(outcome.output, StartsWith("not connected: -89168 {"));
 }
 
-TEST(DocsCpp, WordsAreGerman)
+TEST(DocsCpp, WordsOfARefusalAreGermanRows)
+{
+   const RoutingService service({.local = true});
+   const ProgramOutcome outcome = runProgram(WORDS " " TEXTS_ROOT);
+   EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+   EXPECT_THAT(outcome.output, HasSubstr("\n   Quellanschluss: /matrix1/ch0\n"));
+}
+
+TEST(DocsCpp, WordsOfAServiceThatIsNotThereAreAGermanSentence)
 {
    const ProgramOutcome outcome = runProgram({WORDS, TEXTS_ROOT});
    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
-   EXPECT_THAT(outcome.output, StartsWith("Ein Parameter"));
-   EXPECT_THAT(outcome.output, HasSubstr("The session is closed or was moved from."));
+   EXPECT_THAT(outcome.output, StartsWith("-89168 Der Routingdienst"));
+}
+
+TEST(DocsCpp, WordsWithoutAFolderSayWhatIsWanted)
+{
+   const ProgramOutcome outcome = runProgram(WORDS);
+   EXPECT_EQ(outcome.exitCode, 2);
+   EXPECT_EQ(outcome.output, "words TEXTS\n");
 }
 
 } // namespace

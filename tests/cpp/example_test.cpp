@@ -24,8 +24,8 @@ TEST(ListAndRoute, ListsTerminalsMakesARouteAndTellsARefusalInGerman)
    EXPECT_THAT(outcome.output, HasSubstr("programmed, by way of timer1 digitizer3\n"));
    EXPECT_THAT(
       outcome.output,
-      HasSubstr("refused with " + std::to_string(zerova::standin::kWrongRouteState.number) + ": "));
-   EXPECT_THAT(outcome.output, HasSubstr("/matrix1/ch0"));
+      HasSubstr("refused with " + std::to_string(zerova::standin::kWrongRouteState.number) + "\n"));
+   EXPECT_THAT(outcome.output, HasSubstr("   Quellanschluss: /matrix1/ch0\n"));
    EXPECT_EQ(service.routeCount(), 0u);
 }
 
@@ -42,6 +42,7 @@ TEST(ListAndRoute, TellsThatThereIsNoService)
    const ProgramOutcome outcome = runProgram({LIST_AND_ROUTE, TEXTS_ROOT});
    EXPECT_EQ(outcome.exitCode, 1);
    EXPECT_THAT(outcome.output, HasSubstr("list_and_route: status -89168: {"));
+   EXPECT_THAT(outcome.output, HasSubstr("\nDer Routingdienst"));
 }
 
 } // namespace

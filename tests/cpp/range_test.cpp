@@ -168,6 +168,32 @@ TEST_F(CppTerminals, AreAskedForWithTheAttributesThatAreNamed)
    EXPECT_EQ(frames[4], frames[1]);
 }
 
+TEST_F(CppTerminals, AreAskedForWithTheAttributesOfAContainer)
+{
+   const std::vector<std::string> names = {"Name", "Kind"};
+   session.terminals("dev", {"Name", "Kind"});
+   session.terminals("dev", names);
+   session.terminals("dev", std::vector<const char*>{"Name", "Kind"});
+   session.terminals("dev", std::vector<std::string>());
+   const char* const none[] = {nullptr};
+   session.terminals("dev", none);
+   const std::vector<std::string> frames = peer.service().frames();
+   ASSERT_EQ(frames.size(), 7u);
+   EXPECT_EQ(frames[3], frames[2]);
+   EXPECT_EQ(frames[4], frames[2]);
+   EXPECT_EQ(frames[5], frames[6]);
+}
+
+TEST_F(CppTerminals, ContainerWithATextThatIsNoneIsAFailureAndSendsNothing)
+{
+   Status status;
+   EXPECT_TRUE(session.terminals("dev", std::vector<const char*>{"Name", nullptr}, status).empty());
+   EXPECT_EQ(status.code(), zerovaapi::kInvalidParameter);
+   EXPECT_THROW(session.terminals("dev", std::vector<std::string>{std::string("a\0b", 3)}),
+                zerovaapi::Error);
+   EXPECT_EQ(peer.service().frames().size(), 2u);
+}
+
 TEST(CppDevices, AreWalkedWithTheirTerminals)
 {
    RemotePeer peer(answering(deviceReply()));

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -74,6 +75,105 @@ TEST_F(CppTranslator, TextThatIsNoJsonIsAFailureOfItsOwn)
    EXPECT_EQ(own.code(), -52003);
    EXPECT_THROW(translator.details("no JSON", Language::german), Error);
    EXPECT_THAT(translator.describe(-89168, Language::german).str(), StartsWith("Der"));
+}
+
+const std::string kNoRest = "debug rest_of_input_json: {}\n";
+
+std::string inLines(const zerovaapi::DetailRows& rows)
+{
+   std::ostringstream out;
+   for (const auto row : rows)
+      out << (row.isDebug() ? "debug " : "") << row << '\n';
+   return out.str();
+}
+
+TEST_F(CppTranslator, RowsHaveHeadingAndValues)
+{
+   const zerovaapi::DetailRows rows = translator.detailRows(
+      R"({"component":"c","translator_info":{"ordered_data":[)"
+      R"({"type":"usage","usage":"kUsageTypeDevice","value":["dev1","dev2"]},)"
+      R"({"type":"empty"},{"type":"elaboration","usage":"a line"}]}})",
+      Language::german);
+   const auto first = *rows.begin();
+   EXPECT_EQ(first.heading(), "Ger\xC3\xA4t");
+   const zerovaapi::DetailValues values = first.values();
+   EXPECT_THAT(std::vector<zerovaapi::Text>(values.begin(), values.end()),
+               testing::ElementsAre("dev1", "dev2"));
+   EXPECT_EQ(inLines(rows), "Ger\xC3\xA4t: dev1, dev2\n\na line\ndebug Component: c\n" + kNoRest);
+}
+
+TEST_F(CppTranslator, RowsAreReadWithoutTheEscapesOfJson)
+{
+   const auto read = [&](const std::string& line) {
+      const std::string json =
+         R"({"translator_info":{"ordered_data":[{"type":"elaboration","usage":")" + line + "\"}]}}";
+      const zerovaapi::DetailRows rows = translator.detailRows(json, Language::english);
+      std::ostringstream out;
+      out << *rows.begin();
+      return out.str();
+   };
+   EXPECT_EQ(read(R"(a\"b\\c\/d\n)"), "a\"b\\c/d\n");
+   EXPECT_EQ(read(R"(\u00e9\ud83d\ude00)"), "\xC3\xA9\xF0\x9F\x98\x80");
+   EXPECT_EQ(read(R"(\u0001\u007f)"), "\x01\x7F");
+   EXPECT_EQ(read(R"(\u0000!)"), "\xEF\xBF\xBD!");
+}
+
+TEST_F(CppTranslator, RowsOfMembersThatAreNoTextsAreShownAsTheyAreWritten)
+{
+   EXPECT_EQ(
+      inLines(translator.detailRows(R"({"component":{"a":[1,2]},"line":42})", Language::english)),
+      "debug Component: {\"a\":[1,2]}\ndebug Line: 42\n" + kNoRest);
+   EXPECT_EQ(inLines(translator.detailRows(R"({"component":[],"line":42})", Language::english)),
+             "debug Component: \ndebug Line: 42\n" + kNoRest);
+}
+
+TEST_F(CppTranslator, RowsOfATextThatIsNoJsonAreTheText)
+{
+   EXPECT_EQ(inLines(translator.detailRows("no JSON", Language::german)), "no JSON\n");
+   EXPECT_EQ(inLines(translator.detailRows("{\"a\":", Language::german)), "{\"a\":\n");
+}
+
+TEST_F(CppTranslator, RowsOfAStatusAndAnErrorAreTheSame)
+{
+   Status failed;
+   Session().isDebug(failed);
+   const std::string shown = inLines(translator.detailRows(failed, Language::english));
+   EXPECT_THAT(shown, HasSubstr("is closed"));
+   EXPECT_EQ(inLines(translator.detailRows(Error(failed), Language::english)), shown);
+   EXPECT_TRUE(translator.detailRows(Status(), Language::english).empty());
+}
+
+TEST_F(CppTranslator, RowsAreMovedAndEmptyWhereTheyAreGone)
+{
+   zerovaapi::DetailRows rows = translator.detailRows("no JSON", Language::german);
+   const zerovaapi::DetailRows taken = std::move(rows);
+   EXPECT_EQ(inLines(taken), "no JSON\n");
+   EXPECT_TRUE(rows.empty()); // NOLINT(bugprone-use-after-move)
+}
+
+TEST_F(CppTranslator, RowsTellWhatFailsToAStatusOrThrowIt)
+{
+   const Translator taken = std::move(translator);
+   Translator& none = translator; // NOLINT(bugprone-use-after-move)
+   Status own;
+   EXPECT_TRUE(none.detailRows("{}", Language::german, own).empty());
+   EXPECT_EQ(own.code(), -52005);
+   EXPECT_THROW(none.detailRows("{}", Language::german), Error);
+}
+
+TEST_F(CppTranslator, RowsWithoutMemoryFailAndWorkAgain)
+{
+   Status own;
+   zerovaapi::DetailRows rows;
+   forEachFailingAllocation(
+      FailingMalloc::Then::failAlways,
+      [&](size_t) {
+         own.clear();
+         rows = translator.detailRows(R"({"line":42})", Language::english, own);
+      },
+      [&](size_t index) { EXPECT_TRUE(own.failed()) << index; });
+   EXPECT_FALSE(own.failed());
+   EXPECT_EQ(inLines(rows), "debug Line: 42\n" + kNoRest);
 }
 
 TEST_F(CppTranslator, ThatWasMovedFromFailsAndIsNoCrash)

@@ -166,6 +166,17 @@ class Refused(Scratch):
         self.prefix.touch()
         self.assertIn(f"{self.prefix} is a file in the place of a folder", self.refusal(self.prefix))
 
+    def test_a_build_of_some_targets_is_told_before_anything_is_written(self):
+        for made in ("third-party.md", "man/made", "texts/generated/zerova/English/zerova.err", "examples/quick_start"):
+            with self.subTest(made):
+                file = BUILD / made
+                aside = file.rename(file.with_name("aside"))
+                try:
+                    self.assertIn(f"{file} has not been built yet", self.refusal(self.prefix))
+                finally:
+                    aside.rename(file)
+                self.assertFalse(self.prefix.exists())
+
     def test_endpoints_that_anybody_may_write_to_are_told(self):
         cache = (BUILD / "CMakeCache.txt").read_text(encoding="utf-8")
         folder = re.search("^ZEROVA_ENDPOINT_DIR:[A-Z]+=/(.*)$", cache, re.M).group(1)

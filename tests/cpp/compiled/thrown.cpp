@@ -22,6 +22,8 @@ static_assert(std::ranges::input_range<zerovaapi::Terminals>);
 static_assert(std::ranges::input_range<const zerovaapi::TerminalRange>);
 static_assert(std::ranges::input_range<zerovaapi::Devices>);
 static_assert(std::ranges::input_range<zerovaapi::DeviceNames>);
+static_assert(std::ranges::input_range<const zerovaapi::DetailRows>);
+static_assert(std::ranges::input_range<zerovaapi::DetailValues>);
 #endif
 
 int main()
@@ -45,5 +47,7 @@ try {
    zerovaapi::Translator translator(zerovaapi::Translator::settingsFor("/usr/share/texts"));
    std::cerr << translator.describe(error, zerovaapi::Language::german) << error.json()
              << error.what();
+   for (const auto row : translator.detailRows(error, zerovaapi::Language::german))
+      if (!row.isDebug()) std::cerr << row.heading() << row.values().empty() << row;
    return error.code();
 }
