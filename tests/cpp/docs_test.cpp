@@ -44,7 +44,7 @@ TEST(DocsCpp, ChainTellsThatThereIsNoService)
 TEST(DocsCpp, WordsOfARefusalAreGermanRows)
 {
    const RoutingService service({.local = true});
-   const ProgramOutcome outcome = runProgram(WORDS " " TEXTS_ROOT);
+   const ProgramOutcome outcome = runProgram({WORDS, TEXTS_ROOT});
    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
    EXPECT_THAT(outcome.output, HasSubstr("\n   Quellanschluss: /matrix1/ch0\n"));
 }
@@ -58,7 +58,7 @@ TEST(DocsCpp, WordsOfAServiceThatIsNotThereAreAGermanSentence)
 
 TEST(DocsCpp, WordsWithoutAFolderSayWhatIsWanted)
 {
-   const ProgramOutcome outcome = runProgram(WORDS);
+   const ProgramOutcome outcome = runProgram({WORDS});
    EXPECT_EQ(outcome.exitCode, 2);
    EXPECT_EQ(outcome.output, "words TEXTS\n");
 }
