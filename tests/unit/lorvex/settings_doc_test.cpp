@@ -17,7 +17,7 @@ std::string documentedCommands()
 {
    std::ifstream file(ZEROVA_SOURCE_DIR "/docs/settings.md");
    const std::string text{std::istreambuf_iterator<char>(file), {}};
-   const std::string opening = "\n```sh\n";
+   const std::string opening = "\n```sh root\n";
    const size_t first = text.find(opening);
    if (first == std::string::npos) return "";
    const size_t begin = first + opening.size();
