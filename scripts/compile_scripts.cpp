@@ -7,17 +7,21 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <exception>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
+#include <span>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 
 namespace {
 
 [[noreturn]] void fail(const std::string& what)
 {
-   std::fprintf(stderr, "compile_scripts: %s\n", what.c_str());
-   std::exit(EXIT_FAILURE);
+   throw std::runtime_error(what);
 }
 
 std::string fileText(const std::string& path)
@@ -28,12 +32,12 @@ std::string fileText(const std::string& path)
    return text;
 }
 
-void writeFile(const std::string& path, const std::string& content)
+void writeFile(const std::filesystem::path& path, const std::string& content)
 {
    std::ofstream file(path, std::ios::binary);
    file << content;
    file.close();
-   if (!file) fail("cannot write " + path);
+   if (!file) fail("cannot write " + path.string());
 }
 
 int append(lua_State*, const void* piece, size_t size, void* chunk)
@@ -53,52 +57,49 @@ std::string compile(lua_State* L, const std::string& text, const std::string& na
 
 // A chunk begins with the sizes and the order of bytes that it was written for. lua_load compares them
 // too, but then the library is with its users.
-std::string formatChecks(const std::string& chunk)
+void writeFormatChecks(const std::filesystem::path& path, const std::string& chunk)
 {
-   const auto byte = [&](size_t index) {
-      return std::to_string(static_cast<unsigned char>(chunk[index]));
-   };
-   return "// Made by compile_scripts.\n"
+   const auto byte = [&](size_t index) { return int{static_cast<unsigned char>(chunk[index])}; };
+   std::ostringstream out;
+   out << "// Made by compile_scripts.\n"
           "#include <lua.hpp>\n"
           "#include <bit>\n"
           "#include <string_view>\n"
           "#include <type_traits>\n"
           "static_assert(std::string_view(LUA_RELEASE) == \"" LUA_RELEASE "\");\n"
-          "static_assert((std::endian::native == std::endian::little) == " +
-          byte(6) +
-          ");\n"
-          "static_assert(sizeof(int) == " +
-          byte(7) +
-          ");\n"
-          "static_assert(sizeof(size_t) == " +
-          byte(8) +
-          ");\n"
-          "static_assert(sizeof(LUAI_UINT32) == " +
-          byte(9) +
-          ");\n"
-          "static_assert(sizeof(lua_Number) == " +
-          byte(10) +
-          ");\n"
-          "static_assert(std::is_integral_v<lua_Number> == " +
-          byte(11) + ");\n";
+       << "static_assert((std::endian::native == std::endian::little) == " << byte(6) << ");\n"
+       << "static_assert(sizeof(int) == " << byte(7) << ");\n"
+       << "static_assert(sizeof(size_t) == " << byte(8) << ");\n"
+       << "static_assert(sizeof(LUAI_UINT32) == " << byte(9) << ");\n"
+       << "static_assert(sizeof(lua_Number) == " << byte(10) << ");\n"
+       << "static_assert(std::is_integral_v<lua_Number> == " << byte(11) << ");\n";
+   writeFile(path, out.str());
+}
+
+void compileAll(const std::filesystem::path& folder, std::span<char*> scripts)
+{
+   const std::unique_ptr<lua_State, void (*)(lua_State*)> L(luaL_newstate(), lua_close);
+   if (!L) fail("no memory");
+   std::string chunk;
+   for (const std::string path : scripts) {
+      const std::string name = path.substr(path.find_last_of('/') + 1);
+      chunk = compile(L.get(), fileText(path), name);
+      writeFile(folder / name, chunk);
+   }
+   writeFormatChecks(folder / "chunk_format.cpp", chunk);
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-   if (argc < 3) fail("usage: compile_scripts FOLDER SCRIPT...");
-   const std::string folder = argv[1];
-   lua_State* const L = luaL_newstate();
-   if (!L) fail("no memory");
-   std::string chunk;
-   for (int i = 2; i < argc; ++i) {
-      const std::string path = argv[i];
-      const std::string name = path.substr(path.find_last_of('/') + 1);
-      chunk = compile(L, fileText(path), name);
-      writeFile(folder + "/" + name, chunk);
+   try {
+      const std::span<char*> arguments(argv, static_cast<size_t>(argc));
+      if (argc < 3) fail("usage: compile_scripts FOLDER SCRIPT...");
+      compileAll(arguments[1], arguments.subspan(2));
+   } catch (const std::exception& error) {
+      std::fprintf(stderr, "compile_scripts: %s\n", error.what());
+      return EXIT_FAILURE;
    }
-   writeFile(folder + "/chunk_format.cpp", formatChecks(chunk));
-   lua_close(L);
-   return 0;
+   return EXIT_SUCCESS;
 }

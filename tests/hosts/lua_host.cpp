@@ -1,8 +1,8 @@
 // A host that scripts itself, and lends its interpreter to all that it loads.
 #include "hosts/host.h"
 
-#include "support/library.h"
 #include "service/checked_status.h"
+#include "support/library.h"
 #include "support/scratch_folder.h"
 
 #include <gmock/gmock.h>

@@ -1,8 +1,8 @@
 // A host that talks to services of its own through the system's Thrift, and hears its diagnostics.
 #include "hosts/host.h"
 
-#include "support/library.h"
 #include "service/checked_status.h"
+#include "support/library.h"
 
 #include <gmock/gmock.h>
 #include <thrift/Thrift.h>

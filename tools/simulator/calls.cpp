@@ -116,6 +116,14 @@ const std::map<std::string, Repeat>& repeats()
    return all;
 }
 
+ThriftStatus statusOf(const Fault& fault)
+{
+   ThriftStatus status;
+   status.__set_code(fault.code);
+   status.__set_description(fault.json);
+   return status;
+}
+
 } // namespace
 
 Json jsonFrom(const Attributes& attributes)
@@ -205,10 +213,7 @@ auto Calls::recorded(const char* method, Arguments arguments, Action action)
    if (isRecorded_) last_.arguments = arguments();
    try {
       if (error_) {
-         ThriftStatus status;
-         status.__set_code(error_->code);
-         status.__set_description(error_->json);
-         throw status;
+         throw statusOf(*error_);
       }
       if constexpr (std::is_void_v<decltype(action())>)
          action();

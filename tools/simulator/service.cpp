@@ -257,12 +257,12 @@ private:
       auto* const source = static_cast<Source*>(event.data.ptr);
       if (auto* const listening = dynamic_cast<Listening*>(source)) return acceptAll(*listening);
       if (auto* const watched = dynamic_cast<Watched*>(source)) return watched->ready();
-      auto& client = static_cast<Client&>(*source);
+      auto* const client = dynamic_cast<Client*>(source);
       // Ended by what another event of the same round brought about.
-      if (client.descriptor < 0) return;
-      if ((event.events & EPOLLOUT) != 0) send(client);
-      if (client.descriptor >= 0 && (event.events & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0)
-         receive(client);
+      if (!client || client->descriptor < 0) return;
+      if ((event.events & EPOLLOUT) != 0) send(*client);
+      if (client->descriptor >= 0 && (event.events & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0)
+         receive(*client);
    }
 
    void acceptAll(const Listening& listening)

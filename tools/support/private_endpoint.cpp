@@ -182,7 +182,7 @@ void resetSignals()
       ::sigaction(signal, &usual, nullptr);
    sigset_t none;
    sigemptyset(&none);
-   ::sigprocmask(SIG_SETMASK, &none, nullptr);
+   ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 
 // Returns the step that failed, if one did.

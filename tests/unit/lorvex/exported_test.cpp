@@ -92,12 +92,11 @@ TEST_F(ExportedCreate, UnknownNameGivesTheWholeDocument)
 {
    EXPECT_EQ(lorvex_exported_create("wrong", "{}", &status), nullptr);
    EXPECT_EQ(status.code, -52005);
-   EXPECT_THAT(
-      status.text(),
-      MatchesPattern(R"(\{"error_constant":"tamrixerr_invalidParameter",)"
-                            R"("file":"lorvex/exported","line":[0-9]+,"component":"zerovaapi",)"
-                            R"("lorvex_debug":\{"lorvex_exported":"could not find xlator",)"
-                            R"("name":"wrong","registrationInfo":"\{\}"\}\})"));
+   EXPECT_THAT(status.text(),
+               MatchesPattern(R"(\{"error_constant":"tamrixerr_invalidParameter",)"
+                              R"("file":"lorvex/exported","line":[0-9]+,"component":"zerovaapi",)"
+                              R"("lorvex_debug":\{"lorvex_exported":"could not find xlator",)"
+                              R"("name":"wrong","registrationInfo":"\{\}"\}\})"));
 }
 
 TEST_F(ExportedCreate, NameIsComparedByteForByte)

@@ -346,7 +346,8 @@ TEST_F(ExpandPath, WithoutMemoryNoDollarSurvives)
          EXPECT_EQ(std::string_view(path.data, path.length).find('$'), std::string::npos) << index;
          EXPECT_THAT(std::string(path.data, path.length), EndsWith("\\c")) << index;
       });
-   EXPECT_EQ(std::string(path.data, path.length), std::string(300, 'a') + "\\b\\" + scratch + "\\c");
+   EXPECT_EQ(std::string(path.data, path.length),
+             std::string(300, 'a') + "\\b\\" + scratch + "\\c");
    quelerr_String_release(&path);
 }
 

@@ -158,10 +158,10 @@ TEST_F(Translator, LibraryThatFailsEndsConstructionAndIsNamed)
    EXPECT_THAT(
       status.text(),
       MatchesPattern(R"re(\{"error_constant":"tamrixerr_softwareFaultTAMRIXInternalUseOnly",)re"
-                   R"re("file":"lorvexlua/lorvexlua","line":[0-9]+,"component":"zerovaapi",)re"
-                   R"re("internal_error":\{"api":"lua","code":2,"string":"no such thing"\},)re"
-                   R"re("lorvexlua_debug":\{"debug":"failed to load lua lib",)re"
-                   R"re("lib":"broken"\}\})re"));
+                     R"re("file":"lorvexlua/lorvexlua","line":[0-9]+,"component":"zerovaapi",)re"
+                     R"re("internal_error":\{"api":"lua","code":2,"string":"no such thing"\},)re"
+                     R"re("lorvexlua_debug":\{"debug":"failed to load lua lib",)re"
+                     R"re("lib":"broken"\}\})re"));
 }
 
 TEST_F(Translator, BaseLibraryThatFailsIsNamedByTheEmptyName)
@@ -185,9 +185,9 @@ TEST_F(Translator, ModuleThatDoesNotCompileFailsCreation)
    EXPECT_THAT(
       status.text(),
       MatchesPattern(R"re(\{"error_constant":"tamrixerr_softwareFaultTAMRIXInternalUseOnly",)re"
-                   R"re("file":"lorvexlua/lorvexlua","line":[0-9]+,"component":"zerovaapi",)re"
-                   R"re("internal_error":\{"api":"lua","code":1\},"lorvexlua_debug":)re"
-                   R"re(\{"debug":"failed to add embedded modules to preload table"\}\})re"));
+                     R"re("file":"lorvexlua/lorvexlua","line":[0-9]+,"component":"zerovaapi",)re"
+                     R"re("internal_error":\{"api":"lua","code":1\},"lorvexlua_debug":)re"
+                     R"re(\{"debug":"failed to add embedded modules to preload table"\}\})re"));
 }
 
 TEST_F(Translator, ModuleOfAnotherExtensionIsNoFailure)
@@ -244,9 +244,9 @@ TEST_F(Translator, WithoutMemoryForTheStateItIsTold)
    EXPECT_FALSE(translator);
    EXPECT_EQ(status.code, -52000);
    EXPECT_THAT(status.text(), MatchesPattern(R"re(\{"error_constant":"tamrixerr_memoryFull",)re"
-                                           R"re("file":"lorvexlua/lorvexlua","line":[0-9]+,)re"
-                                           R"re("component":"zerovaapi","lorvexlua_debug":)re"
-                                           R"re(\{"debug":"failed to create lua state"\}\})re"));
+                                             R"re("file":"lorvexlua/lorvexlua","line":[0-9]+,)re"
+                                             R"re("component":"zerovaapi","lorvexlua_debug":)re"
+                                             R"re(\{"debug":"failed to create lua state"\}\})re"));
 }
 
 // Each of the first allocations, then a selection: there are thousands, and each costs a creation.
