@@ -161,7 +161,7 @@ int hold(Context& context, const RouteOptions& options, Session& session, EndReq
       context.output.document({{"destroyed", ticket}});
    else
       context.output.line("route " + std::to_string(ticket) + " destroyed");
-   return cause == EndRequest::Cause::kSignal ? end.exitStatus() : kDone;
+   return cause == EndRequest::Cause::kSignal ? EndRequest::exitStatus() : kDone;
 }
 
 } // namespace

@@ -46,7 +46,7 @@ private:
    {
       const std::string name =
          (folder.filename().empty() ? folder.parent_path() : folder).filename().string();
-      const auto found =
+      const auto* const found =
          std::find_if(kLanguages.begin(), kLanguages.end(), [&](const Language& language) {
             return equalsIgnoringCase(language.folder, name);
          });

@@ -84,7 +84,8 @@ int relayUntilEnd(Context& context, const TraceOptions& options)
    EndRequest::Cause cause = EndRequest::Cause::kNone;
    while (cause == EndRequest::Cause::kNone)
       cause = end.wait(std::chrono::hours(1));
-   return telling.exitStatus(cause == EndRequest::Cause::kSignal ? end.exitStatus() : kDone);
+   return telling.exitStatus(cause == EndRequest::Cause::kSignal ? EndRequest::exitStatus()
+                                                                 : kDone);
 }
 
 int runCommand(Context& context, const TraceOptions& options)

@@ -30,7 +30,7 @@ public:
          if (cause != EndRequest::Cause::kNone) break;
       }
       context_.output.endProgress();
-      return cause == EndRequest::Cause::kSignal ? end.exitStatus() : kDone;
+      return cause == EndRequest::Cause::kSignal ? EndRequest::exitStatus() : kDone;
    }
 
 private:
