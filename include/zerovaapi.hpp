@@ -443,6 +443,20 @@ private:
    Element element_;
 };
 
+// What -> of an iterator gives that makes its Text anew and so has none to point to.
+class TextOfIterator
+{
+public:
+   explicit TextOfIterator(Text text) noexcept
+      : text_(text)
+   {
+   }
+   const Text* operator->() const noexcept { return &text_; }
+
+private:
+   Text text_;
+};
+
 // What devices and terminals have in common: an index in a container, or the end of any.
 template <typename Container>
 class Position
@@ -695,7 +709,7 @@ class DeviceNames
    public:
       using value_type = Text;
       using difference_type = std::ptrdiff_t;
-      using pointer = void;
+      using pointer = detail::TextOfIterator;
       using reference = Text;
       using iterator_category = std::input_iterator_tag;
 
@@ -704,6 +718,7 @@ class DeviceNames
       {
       }
       Text operator*() const noexcept { return *at_; }
+      pointer operator->() const noexcept { return pointer(**this); }
       Place& operator++() noexcept
       {
          ++at_;
@@ -1625,7 +1640,7 @@ public:
    public:
       using value_type = Text;
       using difference_type = std::ptrdiff_t;
-      using pointer = const Text*;
+      using pointer = detail::TextOfIterator;
       using reference = Text;
       using iterator_category = std::input_iterator_tag;
 
@@ -1635,6 +1650,7 @@ public:
       {
       }
       Text operator*() const noexcept { return *at_; }
+      pointer operator->() const noexcept { return pointer(**this); }
       Iterator& operator++() noexcept
       {
          at_.advance();

@@ -65,7 +65,14 @@ class Terminal(Mapping[str, Value]):
 
 
 class Device:
-   """A device that a route uses, with those of its terminals that the route uses."""
+   """A device that a route uses.
+
+   name: the device's name.
+   terminals: those of its terminals that the route uses.
+   """
+
+   name: str
+   terminals: Tuple[Terminal, ...]
 
    def __init__(self, name: str, terminals: Tuple[Terminal, ...]) -> None:
       self.name = name

@@ -134,9 +134,10 @@ class Session:
    def reconnect(self) -> Session:
       """Closes the session and opens it again at the same place. Gives the session itself.
 
-      Its former routes are gone: their tickets were the old connection's. Blocks as the opening of
-      a session does: attempts begin for five seconds, and one that has begun runs to its end. With
-      another machine one takes as long as its locator and the system need, minutes at worst.
+      One that was closed by close() lives again. Its former routes are gone: their tickets were the
+      old connection's. Blocks as the opening of a session does: attempts begin for five seconds, and
+      one that has begun runs to its end. With another machine one takes as long as its locator and
+      the system need, minutes at worst.
       """
       if not self._lock.acquire(blocking=False):
          raise BusyError("reconnect: another thread is in a call of this session")

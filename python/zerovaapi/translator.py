@@ -47,7 +47,16 @@ _NAMES = {language.name.lower(): language for language in Language}
 
 
 class Row:
-   """One line of a description: a heading, empty where there is none, and its values."""
+   """One line of a description. As a str it is "HEADING: VALUE, VALUE", or the values alone.
+
+   kind: usage, for a heading with values; elaboration or header, for a line of text; empty, for an empty line.
+   heading: what the values are, in the language of the description; empty where there is none.
+   values: the values, or the line of text as the only one.
+   """
+
+   kind: str
+   heading: str
+   values: Tuple[str, ...]
 
    def __init__(self, kind: str, heading: str, values: Tuple[str, ...]) -> None:
       self.kind = kind

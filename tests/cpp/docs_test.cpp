@@ -11,6 +11,7 @@
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 using zerova::standin::RoutingService;
 
@@ -46,14 +47,17 @@ TEST(DocsCpp, WordsOfARefusalAreGermanRows)
    const RoutingService service({.local = true});
    const ProgramOutcome outcome = runProgram({WORDS, TEXTS_ROOT});
    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+   EXPECT_THAT(outcome.output,
+               StartsWith(std::to_string(zerova::standin::kWrongRouteState.number) + "\n   "));
    EXPECT_THAT(outcome.output, HasSubstr("\n   Quellanschluss: /matrix1/ch0\n"));
+   EXPECT_THAT(outcome.output, Not(HasSubstr("not found"))) << "there is no sentence of that code";
 }
 
 TEST(DocsCpp, WordsOfAServiceThatIsNotThereAreAGermanSentence)
 {
    const ProgramOutcome outcome = runProgram({WORDS, TEXTS_ROOT});
    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
-   EXPECT_THAT(outcome.output, StartsWith("-89168 Der Routingdienst"));
+   EXPECT_THAT(outcome.output, StartsWith("-89168\n   Der Routingdienst"));
 }
 
 TEST(DocsCpp, WordsWithoutAFolderSayWhatIsWanted)

@@ -237,6 +237,15 @@ TEST(CppDeviceNames, AreWalkedAndPrinted)
    EXPECT_FALSE(taken.empty());
 }
 
+TEST(CppDeviceNames, ArrowOfAnIteratorReachesTheName)
+{
+   RemotePeer peer(answering(textListReply("getRoutableDevices", {"one", "two"})));
+   Session session = Session::remote(peer.host());
+   const zerovaapi::DeviceNames names = session.devices();
+   EXPECT_EQ(names.begin()->str(), "one");
+   EXPECT_EQ(std::next(names.begin())->str(), "two");
+}
+
 TEST(CppDeviceNames, OfAServiceWithoutDevicesAreNone)
 {
    RemotePeer peer(answering(textListReply("getRoutableDevices", {})));

@@ -99,6 +99,7 @@ TEST_F(CppTranslator, RowsHaveHeadingAndValues)
    const zerovaapi::DetailValues values = first.values();
    EXPECT_THAT(std::vector<zerovaapi::Text>(values.begin(), values.end()),
                testing::ElementsAre("dev1", "dev2"));
+   EXPECT_EQ(values.begin()->str(), "dev1");
    EXPECT_EQ(inLines(rows), "Ger\xC3\xA4t: dev1, dev2\n\na line\ndebug Component: c\n" + kNoRest);
 }
 

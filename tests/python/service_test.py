@@ -42,6 +42,13 @@ class Sessions(ServiceTest):
          with self.assertRaisesRegex(ClosedError, "closed"):
             use()
 
+   def test_that_are_closed_live_again_by_reconnecting(self):
+      session = self.session()
+      session.close()
+      self.assertIs(session.reconnect(), session)
+      self.assertFalse(session.closed)
+      self.assertTrue(session.devices())
+
    def test_of_nowhere_are_wrong_use(self):
       for options, message in (({"host": ""}, "empty"), ({"host": "h", "immediate": True}, "exclude")):
          with self.assertRaisesRegex(UsageError, message):
@@ -374,7 +381,7 @@ class Page(ServiceTest):
       for name in zerovaapi.__all__:
          self.assertTrue(re.search(rf"\b{name}\b", self.page), name)
       for kind in (zerovaapi.Session, zerovaapi.Route, zerovaapi.RouteAttributes, zerovaapi.Lifetime, zerovaapi.State,
-                   zerovaapi.Translator, zerovaapi.Description, zerovaapi.Row):
+                   zerovaapi.Translator, zerovaapi.Description, zerovaapi.Row, zerovaapi.Device, zerovaapi.StatusError):
          for name in (*vars(kind), *getattr(kind, "__annotations__", ())):
             if not name.startswith("_"):
                self.assertTrue(re.search(rf"\b{name}\b", self.page), (kind, name))

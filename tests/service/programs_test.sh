@@ -146,6 +146,12 @@ wait "$pid"
 expect "the demo can be told to end" 143 $?
 out=$("$here/run_demo.sh" "$folder/build" missing 2>&1)
 expect "a missing program is a wrong use" 2 $?
+expect "what builds it is told" yes "$(grep -q './dev test builds it in build/test$' <<<"$out" && echo yes)"
+mv "$folder/build" "$folder/demo"
+out=$("$here/run_demo.sh" "$folder/demo" missing 2>&1)
+expect "of the demo's folder it is the demo" yes "$(grep -q './dev demo builds it in build/demo$' <<<"$out" && echo yes)"
+out=$("$here/run_demo.sh" "$folder/demo" route_tour "" more 2>&1)
+expect "an argument for the program is refused" 2 $?
 
 echo
 [ "$failures" -eq 0 ] || { echo "$failures failed"; exit 1; }

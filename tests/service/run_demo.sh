@@ -3,12 +3,13 @@
 #
 #    run_demo.sh BUILD_DIR [PROGRAM [EMULATOR]]
 #
-# PROGRAM is an example to run in place of the tour. EMULATOR starts programs of another system.
+# PROGRAM is an example to run in place of the tour. It is given the address of the service, and no
+# other argument: none is passed on. EMULATOR starts programs of another system.
 # Ends with the exit code of the tour.
 set -euo pipefail
 
-if [ $# -lt 1 ]; then
-   echo "usage: run_demo.sh BUILD_DIR [PROGRAM [EMULATOR]]" >&2
+if [ $# -lt 1 ] || [ $# -gt 3 ]; then
+   echo "usage: run_demo.sh BUILD_DIR [PROGRAM [EMULATOR]]; PROGRAM is given the service's address and no other argument" >&2
    exit 2
 fi
 emulator=(${3:+"$3"})
@@ -21,7 +22,9 @@ else
 fi
 for program in "$service" "$tour"; do
    if [ ! -x "$program" ]; then
-      echo "run_demo.sh: $program is missing; ./dev test builds it in build/test" >&2
+      builder="./dev test builds it in build/test"
+      if [ "$(basename "$1")" = demo ]; then builder="./dev demo builds it in build/demo"; fi
+      echo "run_demo.sh: $program is missing; $builder" >&2
       exit 2
    fi
 done
