@@ -106,16 +106,6 @@ private:
    std::vector<Node> queue_;
 };
 
-template <typename Work>
-double timeOf(const Work& work)
-{
-   constexpr int kTimes = 20;
-   const double start = bench::now();
-   for (int i = 0; i < kTimes; ++i)
-      work();
-   return (bench::now() - start) / kTimes / 1000;
-}
-
 void require(bool isTrue)
 {
    if (!isTrue) std::exit(1);
@@ -140,18 +130,16 @@ void measureSearch(bench::Report& report)
       const std::string to = "/" + nameOf('d', distance) + "/" + nameOf('t', 90);
       const Node source = bench.search().nodeOf({0, 40});
       const Node destination = bench.search().nodeOf({distance, 90});
-      std::vector<double> ours;
-      std::vector<double> plain;
-      for (int round = 0; round < 51; ++round) {
-         ours.push_back(timeOf([&] {
-            bench.destroyRoute(
-               bench.calculateRoute(1, zerova::RouteLifetime::SESSION, from, to, {}));
-         }));
-         plain.push_back(timeOf([&] { require(walk.reaches(source, destination)); }));
-      }
       report.compare("a route through " + std::to_string(distance + 1) +
                         " of 200 devices of 100 terminals, 2,000 routes held",
-                     bench::median(ours), bench::median(plain), "us", bench::atMost(3));
+                     bench::measureInTurns(
+                        51, 20, bench::now,
+                        [&] {
+                           bench.destroyRoute(bench.calculateRoute(
+                              1, zerova::RouteLifetime::SESSION, from, to, {}));
+                        },
+                        [&] { require(walk.reaches(source, destination)); }),
+                     "us", bench::atMost(3));
    }
 }
 
@@ -213,7 +201,8 @@ private:
 };
 
 // Calls in a second of a thousand clients in a hundred threads that begin together.
-double throughput(std::vector<int>& sockets, const std::string& request, std::size_t calls)
+double throughput(std::vector<bench::Connection>& connections, const std::string& request,
+                  std::size_t calls)
 {
    std::barrier together(kThreads + 1);
    std::vector<std::thread> threads;
@@ -223,7 +212,7 @@ double throughput(std::vector<int>& sockets, const std::string& request, std::si
          together.arrive_and_wait();
          for (std::size_t turn = 0; turn < calls; ++turn)
             for (std::size_t i = t; i < kSessions; i += kThreads)
-               exchangeRaw(sockets[i], request, body);
+               exchangeRaw(connections[i], request, body);
       });
    together.arrive_and_wait();
    const double start = bench::now();
@@ -232,12 +221,12 @@ double throughput(std::vector<int>& sockets, const std::string& request, std::si
    return static_cast<double>(kSessions * calls) / ((bench::now() - start) / 1e9);
 }
 
-std::vector<int> connectAll(const std::string& folder)
+std::vector<bench::Connection> connectAll(const std::string& folder)
 {
-   std::vector<int> sockets(kSessions);
-   for (int& socket : sockets)
-      socket = bench::connectLocal(folder);
-   return sockets;
+   std::vector<bench::Connection> connections;
+   for (std::size_t i = 0; i < kSessions; ++i)
+      connections.push_back(bench::Connection::local(folder));
+   return connections;
 }
 
 void measureLoad(bench::Report& report)
@@ -258,20 +247,19 @@ void measureLoad(bench::Report& report)
       plain, kHost, {{"areTerminalURIsEqual", message("areTerminalURIsEqual", T_REPLY, result)}},
       -1);
    const double before = served.residentBytes();
-   std::vector<int> toServed = connectAll(ours);
-   std::vector<int> toCanned = connectAll(plain);
+   std::vector<bench::Connection> toServed = connectAll(ours);
+   std::vector<bench::Connection> toCanned = connectAll(plain);
    throughput(toServed, request, 1);
    throughput(toCanned, request, 1);
    report.figure("resident memory of each of 1,000 sessions of the simulator",
                  (served.residentBytes() - before) / kSessions, "bytes", bench::atMost(4096));
-   std::vector<double> oursOf;
-   std::vector<double> plainOf;
+   bench::Pairs pairs;
    for (std::size_t round = 0; round < kRounds; ++round) {
-      oursOf.push_back(throughput(toServed, request, kCallsOfEach / kRounds));
-      plainOf.push_back(throughput(toCanned, request, kCallsOfEach / kRounds));
+      pairs.ours.push_back(throughput(toServed, request, kCallsOfEach / kRounds));
+      pairs.reference.push_back(throughput(toCanned, request, kCallsOfEach / kRounds));
    }
-   report.compare("1,000 sessions of the simulator, 1,000 calls each", bench::median(oursOf),
-                  bench::median(plainOf), "1/s", bench::atLeast(0.8));
+   report.compare("1,000 sessions of the simulator, 1,000 calls each", pairs, "1/s",
+                  bench::atLeast(0.8));
    report.figure("resident memory of each of them after its calls",
                  (served.residentBytes() - before) / kSessions, "bytes", bench::noGoal());
 }

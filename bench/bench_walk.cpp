@@ -2,13 +2,12 @@
 #include "APIv1.h"
 #include "apiv1_types.h"
 #include "bench/canned_service.h"
+#include "bench/machine.h"
 #include "bench/report.h"
 #include "bench/wire.h"
 #include "zerovaapi.hpp"
 
 #include <string>
-#include <utility>
-#include <vector>
 
 using apache::thrift::protocol::T_REPLY;
 using bench::message;
@@ -62,27 +61,15 @@ size_t walkInCxx(const zerovaapi::Terminals& terminals, Visit visit)
 
 volatile size_t sink = 0; // what is computed must be computed
 
-// Compares the medians of many short samples that the two sides take in turns.
 template <typename Cxx, typename C>
 void compare(bench::Report& report, const char* what, int rounds, Cxx inCxx, C inC)
 {
    constexpr int kWalks = 5;
-   std::vector<double> samples[2];
-   const auto measure = [&](std::vector<double>& into, auto walk) {
-      size_t sum = sink;
-      const double start = bench::now();
-      for (int i = 0; i < kWalks; ++i)
-         sum += walk();
-      into.push_back((bench::now() - start) / kWalks / 1000);
-      sink = sum;
-   };
-   for (int i = 0; i < rounds; ++i) {
-      if (i % 2 == 0) measure(samples[0], inCxx);
-      measure(samples[1], inC);
-      if (i % 2 != 0) measure(samples[0], inCxx);
-   }
-   report.compare(what, bench::median(samples[0]), bench::median(samples[1]), "us",
-                  bench::atMost(1.02));
+   report.compare(
+      what,
+      bench::measureInTurns(
+         rounds, kWalks, bench::now, [&] { sink = sink + inCxx(); }, [&] { sink = sink + inC(); }),
+      "us", bench::atMost(1.02));
 }
 
 } // namespace

@@ -23,8 +23,10 @@ std::string quoted(std::string_view text)
 std::string quotedList(const std::vector<std::string>& texts)
 {
    std::string out = "[";
-   for (const std::string& text : texts)
-      out += (out.size() > 1 ? "," : "") + quoted(text);
+   for (const std::string& text : texts) {
+      if (out.size() > 1) out += ',';
+      out += quoted(text);
+   }
    return out + "]";
 }
 
