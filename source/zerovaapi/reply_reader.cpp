@@ -16,6 +16,7 @@ using namespace apache::thrift::protocol;
 
 constexpr uint32_t kReplyOfVersion1 = 0x80010000 | T_REPLY;
 constexpr uint32_t kSmallestAttribute = 5; // an empty name and the end of a struct
+constexpr uint32_t kSmallestTerminal = 6;  // a map with nothing in it
 
 // Each operation returns false when something else is next, and then nothing more may be taken.
 class ReplyReader
@@ -187,7 +188,7 @@ private:
    {
       const size_t most = content_.attributes.size() + left() / kSmallestAttribute;
       content_.attributes.reserve(std::min(content_.attributes.size() * count, most));
-      content_.ends.reserve(count);
+      content_.ends.reserve(std::min<size_t>(count, 1 + left() / kSmallestTerminal));
    }
 
    ReplyContent& content_;
