@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <string_view>
 #include <windows.h>
@@ -175,5 +176,5 @@ unsigned long platform_nativeModuleFailure(unsigned long number, char* text, uns
    while (length > 0 && wide[length - 1] <= L' ')
       --length;
    platform::putUtf8(wide, length, text, size);
-   return static_cast<unsigned long>(length);
+   return static_cast<unsigned long>(std::strlen(text));
 }
