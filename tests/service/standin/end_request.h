@@ -7,8 +7,7 @@
 namespace zerova::standin {
 
 // Make it before the first thread is started. From then on the signals that ask a program to end
-// (interrupt, terminate; what a console
-// tells its programs) no longer kill it.
+// (interrupt, terminate; what a console tells its programs) no longer kill it.
 class EndRequest
 {
 public:
