@@ -198,6 +198,10 @@ class Session:
 
    def route(self, ticket: int, lifetime: Optional[Lifetime] = None, state: Optional[State] = None) -> Route:
       """The route of a ticket that is known from elsewhere, with the state in which it is."""
+      if lifetime is not None:
+         attributes.choice(lifetime, Lifetime, "lifetime")
+      if state is not None:
+         attributes.choice(state, State, "state")
       return Route(self, int32(ticket, "ticket"), lifetime, state)
 
    def destroy_immediate_route(self, source: str, destination: str) -> None:
