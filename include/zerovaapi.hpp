@@ -1103,7 +1103,8 @@ class Session
 public:
    // Closed.
    Session() noexcept = default;
-   // Takes a session that the caller owns.
+   // Takes a session that the caller owns. A route of it counts as immediate only if its attributes
+   // say so.
    explicit Session(zerovaapi_Session owned) noexcept
       : owned_(owned)
    {
