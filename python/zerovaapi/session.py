@@ -158,7 +158,12 @@ class Session:
 
    def __exit__(self, kind: Optional[Type[BaseException]], error: Optional[BaseException],
                 trace: Optional[TracebackType]) -> None:
-      self.close()
+      try:
+         self.close()
+      except BusyError:
+         # As of a route: what went wrong first counts, such as the Ctrl-C that ends the wait for the other thread.
+         if error is None:
+            raise
 
    def __del__(self, _getpid: Any = os.getpid, _warn: Any = warnings.warn) -> None:
       # The copy in a forked child is its parent's to close.
