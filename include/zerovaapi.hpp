@@ -960,7 +960,7 @@ public:
    // Whether it holds a ticket of a session that is open.
    explicit operator bool() const noexcept { return session_ != nullptr; }
    // 0 if it holds none, and 0 is a ticket like any other.
-   int32_t ticket() const noexcept { return ticket_; }
+   int32_t ticket() const noexcept { return session_ ? ticket_ : 0; }
 
    // Take the route forward and back.
    Route& reserve(OnFailure onFailure ZEROVAAPI_OR_THROW)
@@ -1010,11 +1010,13 @@ public:
          goesOn = stepWorked(zerovaapi_unreserveRoute, State::calculated, onFailure);
       if (goesOn && stepWorked(zerovaapi_destroyRoute, State::calculated, onFailure)) release();
    }
-   // Gives the ticket up: the route goes on, and ending it is the caller's. Returns the ticket.
+   // Gives the ticket up: the route goes on, and ending it is the caller's. Returns what ticket() did.
    int32_t release() noexcept
    {
+      const int32_t given = ticket();
       detach();
-      return std::exchange(ticket_, 0);
+      ticket_ = 0;
+      return given;
    }
 
 private:
@@ -1101,7 +1103,8 @@ class Session
 public:
    // Closed.
    Session() noexcept = default;
-   // Takes a session that the caller owns.
+   // Takes a session that the caller owns. A route of it counts as immediate only if its attributes
+   // say so.
    explicit Session(zerovaapi_Session owned) noexcept
       : owned_(owned)
    {

@@ -54,9 +54,9 @@ class RouteAttributes:
             for _entry in _entries(field, getattr(self, field)):
                pass
       if self.lifetime is not None:
-         _choice(self.lifetime, Lifetime, "lifetime")
+         choice(self.lifetime, Lifetime, "lifetime")
       if self.target_state is not None:
-         _choice(self.target_state, State, "target_state")
+         choice(self.target_state, State, "target_state")
       if self.force_multi_device_route is not None:
          _flag(self.force_multi_device_route, "force_multi_device_route")
       if self.owner is not None:
@@ -89,14 +89,14 @@ def _entries(field: str, entries: Any) -> Iterator[Tuple[bytes, Union[bytes, boo
          raise TypeError(f"{field}[{name!r}] must be a str or a bool, not {type(value).__name__}")
 
 
-def _choice(value: int, kind: type[IntEnum], what: str) -> int:
+def choice(value: int, kind: type[IntEnum], what: str) -> int:
    if isinstance(value, bool) or not isinstance(value, int):
       raise TypeError(f"{what} must be a {kind.__name__}, not {type(value).__name__}")
    # The library would take any other number for the first choice.
    try:
       return int(kind(value))
    except ValueError:
-      names = ", ".join(f"{kind.__name__}.{choice.name}" for choice in kind)
+      names = ", ".join(f"{kind.__name__}.{each.name}" for each in kind)
       raise RangeError(f"{what} is {value!r}, which is none of {names}") from None
 
 
@@ -121,10 +121,10 @@ def build(wish: RouteAttributes, status: Status) -> AttributesHandle:
       for name, value in _entries(field, entries):
          (set_bool if isinstance(value, bool) else set_string)(attribute_map, name, value, record)
    if wish.lifetime is not None:
-      library.zerovaapi_RouteAttributes_setLifetime(handle, _choice(wish.lifetime, Lifetime, "lifetime"), record)
+      library.zerovaapi_RouteAttributes_setLifetime(handle, choice(wish.lifetime, Lifetime, "lifetime"), record)
    if wish.target_state is not None:
       library.zerovaapi_RouteAttributes_setCalculationTargetState(
-         handle, _choice(wish.target_state, State, "target_state"), record)
+         handle, choice(wish.target_state, State, "target_state"), record)
    if wish.force_multi_device_route is not None:
       library.zerovaapi_RouteAttributes_setForceMultiDeviceRoute(
          handle, _flag(wish.force_multi_device_route, "force_multi_device_route"), record)

@@ -158,7 +158,12 @@ class Session:
 
    def __exit__(self, kind: Optional[Type[BaseException]], error: Optional[BaseException],
                 trace: Optional[TracebackType]) -> None:
-      self.close()
+      try:
+         self.close()
+      except BusyError:
+         # As of a route: what went wrong first counts, such as the Ctrl-C that ends the wait for the other thread.
+         if error is None:
+            raise
 
    def __del__(self, _getpid: Any = os.getpid, _warn: Any = warnings.warn) -> None:
       # The copy in a forked child is its parent's to close.
@@ -198,6 +203,10 @@ class Session:
 
    def route(self, ticket: int, lifetime: Optional[Lifetime] = None, state: Optional[State] = None) -> Route:
       """The route of a ticket that is known from elsewhere, with the state in which it is."""
+      if lifetime is not None:
+         attributes.choice(lifetime, Lifetime, "lifetime")
+      if state is not None:
+         attributes.choice(state, State, "state")
       return Route(self, int32(ticket, "ticket"), lifetime, state)
 
    def destroy_immediate_route(self, source: str, destination: str) -> None:

@@ -193,9 +193,11 @@ TEST_F(CppRoute, OutlivesItsSessionAndDoesNothing)
    {
       Session inner = Session::remote(address.text());
       route = inner.calculate("/matrix1/ch0", "/matrix1/ch1");
-      EXPECT_TRUE(route);
+      EXPECT_NE(route.ticket(), 0);
    }
    EXPECT_FALSE(route);
+   EXPECT_EQ(route.ticket(), 0);
+   EXPECT_EQ(route.release(), 0);
 }
 
 TEST_F(CppRoute, OfARefusedCalculationHoldsNothing)

@@ -132,6 +132,19 @@ class Threads(unittest.TestCase):
          other.join(PATIENCE)
          self.assertEqual(results, [["late"]])
 
+   def test_in_one_session_do_not_hide_what_went_wrong_in_its_block(self):
+      with Peer(lambda method: Peer.WAIT) as peer:
+         with self.assertRaises(KeyError):
+            with Session() as session:
+               other = threading.Thread(target=session.devices)
+               other.start()
+               self.assertTrue(peer.begun.wait(PATIENCE))
+               raise KeyError("first")
+         self.assertFalse(session.closed)
+         peer.let_go()
+         other.join(PATIENCE)
+         session.close()
+
    def test_run_while_another_waits(self):
       # The waiting thread would hold the interpreter's lock, and this one not come so far as to let it go.
       with Peer(lambda method: Peer.WAIT) as peer, Session() as session:

@@ -224,6 +224,15 @@ class WrongUse(ServiceTest):
          with self.assertRaises(TypeError):
             call()
 
+   def test_of_what_is_said_of_a_ticket_is_told(self):
+      session = self.session()
+      for said, kind, message in (
+            ({"state": "reserved"}, TypeError, "state must be a State, not str"),
+            ({"state": 3}, RangeError, "state is 3, which is none of State.CALCULATED"),
+            ({"lifetime": "immediate"}, TypeError, "lifetime must be a Lifetime, not str")):
+         with self.subTest(said), self.assertRaisesRegex(kind, message):
+            session.route(7, **said)
+
    def test_of_attributes_is_told_by_their_constructor(self):
       for wish, kind, message in (
             ({"constraints": {"Line": 7}}, TypeError, "constraints\\['Line'\\] must be a str or a bool, not int"),
