@@ -50,7 +50,7 @@ private:
          std::find_if(kLanguages.begin(), kLanguages.end(), [&](const Language& language) {
             return equalsIgnoringCase(language.folder, name);
          });
-      return found == kLanguages.end() ? nullptr : &*found;
+      return found == kLanguages.end() ? nullptr : found;
    }
 
    // In the order of their names, so that two runs tell the same.

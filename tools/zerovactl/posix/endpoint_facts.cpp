@@ -39,8 +39,8 @@ std::string userName(uid_t id)
    passwd user = {};
    passwd* found = nullptr;
    std::vector<char> room(kRoomForAnEntry);
-   getpwuid_r(id, &user, room.data(), room.size(), &found);
-   return found ? found->pw_name : std::to_string(id);
+   const int failure = getpwuid_r(id, &user, room.data(), room.size(), &found);
+   return failure == 0 && found ? found->pw_name : std::to_string(id);
 }
 
 std::string groupName(gid_t id)
@@ -48,8 +48,8 @@ std::string groupName(gid_t id)
    group entry = {};
    group* found = nullptr;
    std::vector<char> room(kRoomForAnEntry);
-   getgrgid_r(id, &entry, room.data(), room.size(), &found);
-   return found ? found->gr_name : std::to_string(id);
+   const int failure = getgrgid_r(id, &entry, room.data(), room.size(), &found);
+   return failure == 0 && found ? found->gr_name : std::to_string(id);
 }
 
 bool isInGroup(gid_t id)
