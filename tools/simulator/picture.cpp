@@ -175,9 +175,13 @@ std::string writePicture(const std::string& dot, const std::string& file)
    const std::string picture = file + ".new";
    writeWhole(dot, source);
    const std::optional<int> status = runGraphviz(source, picture);
-   if (status == 0 && std::rename(picture.c_str(), file.c_str()) == 0) {
+   if (status == 0) {
       ::unlink(source.c_str());
-      return {};
+      if (std::rename(picture.c_str(), file.c_str()) == 0) return {};
+      const int error = errno;
+      ::unlink(picture.c_str());
+      throw std::runtime_error("cannot write " + file + ": " +
+                               std::generic_category().message(error));
    }
    ::unlink(picture.c_str());
    if (std::rename(source.c_str(), text.c_str()) != 0)

@@ -85,6 +85,8 @@ Replay replay(Bench& bench, bool isDebug, std::istream& log, const std::string& 
          throw BadLog(where + ": " + error.what());
       }
    }
+   // A folder opens, and fails when it is read.
+   if (log.bad()) throw BadLog(name + ": cannot be read to its end");
    return out;
 }
 

@@ -139,14 +139,10 @@ struct Peer
 class Service::Loop
 {
 public:
+   // Delegates, so that the destructor takes back what was made before an endpoint was refused.
    Loop(Bench& bench, const ServiceOptions& options)
-      : bench_(bench)
-      , calls_(std::make_shared<Calls>(bench, options.isDebug))
-      , processor_(calls_)
-      , plan_(bench.topology().faults)
-      , epoll_(::epoll_create1(EPOLL_CLOEXEC))
+      : Loop(bench, options.isDebug)
    {
-      if (epoll_ < 0) failWith("epoll");
       most_ = options.mostConnections;
       const std::size_t descriptors = raisedDescriptorLimit();
       if (descriptors < most_ + kOwnDescriptors)
@@ -211,6 +207,16 @@ public:
    const std::shared_ptr<Calls>& calls() const { return calls_; }
 
 private:
+   Loop(Bench& bench, bool isDebug)
+      : bench_(bench)
+      , calls_(std::make_shared<Calls>(bench, isDebug))
+      , processor_(calls_)
+      , plan_(bench.topology().faults)
+      , epoll_(::epoll_create1(EPOLL_CLOEXEC))
+   {
+      if (epoll_ < 0) failWith("epoll");
+   }
+
    // What epoll gives back.
    struct Source
    {
@@ -403,8 +409,10 @@ private:
       // Texts and lists cannot be longer than the request, whatever length they announce.
       const auto limit = static_cast<std::int32_t>(message.size());
       try {
-         processor_.process(std::make_shared<TBinaryProtocol>(in, limit, limit, false, true),
-                            std::make_shared<TBinaryProtocol>(out), nullptr);
+         // False for a message that is no call.
+         if (!processor_.process(std::make_shared<TBinaryProtocol>(in, limit, limit, false, true),
+                                 std::make_shared<TBinaryProtocol>(out), nullptr))
+            return end(client);
       } catch (const std::exception&) {
          // The client does not speak the protocol.
          return end(client);

@@ -355,14 +355,6 @@ void check(Invocation& invocation, const std::string& language, bool isRoute)
    invocation.target.language = *known;
 }
 
-// A bare code is no option, though it begins like one: it goes where its parser finds a value.
-std::vector<std::string> argumentsOf(int argc, char** argv)
-{
-   std::vector<std::string> arguments(argv + 1, argv + argc);
-   std::reverse(arguments.begin(), arguments.end());
-   return arguments;
-}
-
 } // namespace
 
 std::optional<Invocation> parseArguments(int argc, char** argv, std::string& help)
@@ -372,7 +364,7 @@ std::optional<Invocation> parseArguments(int argc, char** argv, std::string& hel
    static Commands commands(parsed);
    CLI::App& app = commands.app();
    try {
-      app.parse(argumentsOf(argc, argv));
+      app.parse(argc, argv);
    } catch (const CLI::CallForHelp&) {
       help = app.help();
       return {};

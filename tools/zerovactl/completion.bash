@@ -14,6 +14,16 @@ _zerovactl_devices()
    "${COMP_WORDS[0]}" devices --timeout 2 "${target[@]}" 2>/dev/null
 }
 
+# Completes with the devices. Names are a service's: compgen -W would run a command that stands in one, and
+# so would the finished line, were it not quoted.
+_zerovactl_complete_device()
+{
+   local name
+   while IFS= read -r name; do
+      if [[ $name == "$1"* ]]; then COMPREPLY+=("$(printf %q "$name")"); fi
+   done < <(_zerovactl_devices)
+}
+
 _zerovactl()
 {
    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
@@ -46,7 +56,7 @@ _zerovactl()
          return
          ;;
       --device)
-         mapfile -t COMPREPLY < <(compgen -W "$(_zerovactl_devices)" -- "$current")
+         _zerovactl_complete_device "$current"
          return
          ;;
    esac
@@ -66,7 +76,10 @@ _zerovactl()
    fi
    case $command/$second in
       /) words=$commands ;;
-      terminals/ | reset/device) words=$(_zerovactl_devices) ;;
+      terminals/ | reset/device)
+         _zerovactl_complete_device "$current"
+         return
+         ;;
       uri/) words='check compare' ;;
       reset/) words='terminal device' ;;
       settings/) words='check' ;;

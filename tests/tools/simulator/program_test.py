@@ -8,6 +8,7 @@ import os
 import pathlib
 import re
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
@@ -212,6 +213,13 @@ class Serving(Program):
         self.assertEqual(outcome, Outcome(3, "", f"{SAID}another process serves the endpoint "
                                                  f"{self.folder}/run/com.zerova\n"))
 
+    def test_one_that_is_refused_an_endpoint_leaves_nothing(self) -> None:
+        with socket.create_server(("127.0.0.1", 0)) as taken:
+            port = taken.getsockname()[1]
+            outcome = run(BENCH, "--endpoint-dir", self.folder / "run", "--tcp", "127.0.0.1", "--port", port)
+        self.assertEqual(outcome, Outcome(3, "", f"{SAID}cannot listen at 127.0.0.1:{port}: Address already in use\n"))
+        self.assertFalse((self.folder / "run").exists())
+
     def test_what_a_killed_one_left_is_replaced(self) -> None:
         first = self.start()
         first.kill()
@@ -266,6 +274,10 @@ class Log(Program):
         self.assertEqual(outcome.status, 5)
         self.assertEqual(outcome.out.splitlines()[0], f"{log}:3: calculateRoute gave 0, and gives -89301 now")
 
+    def test_that_cannot_be_read_is_told(self) -> None:
+        self.assertEqual(run(BENCH, "--replay", self.folder),
+                         Outcome(2, "", f"{SAID}{self.folder}: cannot be read to its end\n"))
+
     def test_a_full_disk_is_told_and_the_command_goes_on(self) -> None:
         outcome = run(BENCH, "--log", "/dev/full", "--", CLIENT)
         self.assertEqual(outcome.status, 0)
@@ -286,6 +298,12 @@ class Picture(Program):
         self.assertEqual(outcome, Outcome(0, "", f"{SAID}Graphviz is not installed (package graphviz), so {text} has the "
                                                  "text that it would draw\n"))
         self.assertTrue(text.read_text().startswith("digraph bench {"))
+
+    def test_that_cannot_be_put_in_its_place_is_told(self) -> None:
+        (self.folder / "bench.svg").mkdir()
+        outcome = run(BENCH, "--draw", self.folder / "bench.svg")
+        self.assertEqual(outcome, Outcome(4, "", f"{SAID}cannot write {self.folder}/bench.svg: Is a directory\n"))
+        self.assertEqual(os.listdir(self.folder), ["bench.svg"])
 
     def test_follows_the_bench_when_watched(self) -> None:
         picture = self.folder / "bench.dot"

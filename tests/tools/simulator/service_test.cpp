@@ -300,6 +300,14 @@ TEST(SimulatorClients, RequestInSinglePiecesAndSeveralInOneAreAnswered)
    EXPECT_EQ(readUpTo(client, 3 * answer.size()), answer + answer + answer);
 }
 
+TEST(SimulatorClients, MessageThatIsNoCallEndsItsConnection)
+{
+   const RunningService running(exampleBench("trigger_bench"));
+   Stream client = running.connectRaw();
+   ASSERT_TRUE(writeAll(client, WireBytes().message(test::wire::kReply, "isDebug").stop().frame()));
+   EXPECT_EQ(readToEnd(client), "");
+}
+
 TEST(SimulatorClients, RequestBeyondTheLimitEndsItsConnection)
 {
    const RunningService running(exampleBench("trigger_bench"));

@@ -154,6 +154,16 @@ class Record(bench.Case):
       self.assertEqual(bench.run("trace", "--read", "/no/such").all(),
                        (1, "", "zerovactl: /no/such: No such file or directory\n"))
 
+   def test_of_a_refusal_without_a_status_is_shown(self):
+      def event(kind, content=b""):
+         return bytes(8) + (1).to_bytes(4, "big") + bytes([kind]) + len(content).to_bytes(4, "big") + content
+      call = bench.reply("isDebug").replace(b"\x00\x02\x00", b"\x00\x01\x00")
+      number = b"\x08\x00\x01" + (7).to_bytes(4, "big")
+      file = self.folder() / "bench.trace"
+      file.write_bytes(b"zerovactl trace 1\n" + event(2, call) + event(3, bench.reply("isDebug", number)))
+      self.assertEqual(bench.run("trace", "--read", str(file)).all(),
+                       (0, "00:00:00.000  #1  isDebug()  REFUSED without a code   0.00 ms\n", ""))
+
    def test_on_a_full_disk_is_told_and_the_calls_go_on(self):
       seen = bench.run("trace", "--listen", "127.0.0.1:0", "--to", "x", "--record", "/dev/full")
       self.assertEqual(seen.status, 2)

@@ -29,7 +29,8 @@ void note(int number)
    const int saved = errno;
    lastSignal = number;
    const char byte = 0;
-   if (write(signalPipe[1], &byte, 1) < 0) errno = saved; // a full pipe wakes as well
+   const ssize_t count = write(signalPipe[1], &byte, 1);
+   static_cast<void>(count); // a full pipe wakes as well
    errno = saved;
 }
 
@@ -137,8 +138,11 @@ EndRequest::Cause EndRequest::wait(std::chrono::milliseconds time, int other) co
       if (poll(watched, 3, static_cast<int>(left.count())) <= 0) continue;
       if (watched[2].revents != 0) return Cause::kOther;
       char bytes[256];
-      if (watched[1].revents != 0 && read(STDIN_FILENO, bytes, sizeof bytes) == 0 && !lastSignal)
-         return Cause::kInputEnded;
+      if (watched[1].revents == 0) continue;
+      const ssize_t size = read(STDIN_FILENO, bytes, sizeof bytes);
+      // A terminal that is gone fails for ever.
+      const bool isEnded = size == 0 || (size < 0 && errno != EAGAIN && errno != EINTR);
+      if (isEnded && !lastSignal) return Cause::kInputEnded;
    }
    return Cause::kSignal;
 }
