@@ -175,7 +175,7 @@ std::string writePicture(const std::string& dot, const std::string& file)
    const std::string picture = file + ".new";
    writeWhole(dot, source);
    const std::optional<int> status = runGraphviz(source, picture);
-   if (status == 0) {
+   if (status.value_or(-1) == 0) {
       ::unlink(source.c_str());
       if (std::rename(picture.c_str(), file.c_str()) == 0) return {};
       const int error = errno;
@@ -187,7 +187,7 @@ std::string writePicture(const std::string& dot, const std::string& file)
    if (std::rename(source.c_str(), text.c_str()) != 0)
       throw std::runtime_error("cannot write " + text + ": " +
                                std::generic_category().message(errno));
-   if (!status)
+   if (!status.has_value())
       return "Graphviz is not installed (package graphviz), so " + text +
              " has the text that it would draw";
    return "Graphviz ended with " + std::to_string(*status) + "; " + text +
