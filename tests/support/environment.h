@@ -16,6 +16,8 @@ public:
    ~EnvironmentVariable();
 
 private:
+   static void set(const char* name, const char* value);
+
    const char* const name_;
    std::optional<std::string> held_;
 };

@@ -21,22 +21,6 @@ std::optional<std::size_t> indexByName(const Range& range, std::string_view name
 
 } // namespace
 
-Attribute textAttribute(const std::string& value)
-{
-   Attribute attribute;
-   attribute.__set_attr_type(AttrType::STRING);
-   attribute.__set_str_attr(value);
-   return attribute;
-}
-
-Attribute boolAttribute(bool value)
-{
-   Attribute attribute;
-   attribute.__set_attr_type(AttrType::BOOL);
-   attribute.__set_bool_attr(value);
-   return attribute;
-}
-
 bool isSameValue(const Attribute& left, const Attribute& right)
 {
    if (left.attr_type != right.attr_type) return false;

@@ -4,10 +4,10 @@
 #define TOOLS_SIMULATOR_TOPOLOGY_H
 
 #include "apiv1_types.h"
+#include "service/standin/inventory.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,10 +15,10 @@
 
 namespace zerova::simulator {
 
-using Attributes = std::map<std::string, Attribute>;
+using standin::Attributes;
+using standin::boolAttribute;
+using standin::textAttribute;
 
-Attribute textAttribute(const std::string& value);
-Attribute boolAttribute(bool value);
 // The type tag alone says which value counts.
 bool isSameValue(const Attribute& left, const Attribute& right);
 std::string shown(const Attribute& attribute);

@@ -4,6 +4,7 @@
 #include "service/stream.h"
 
 #include "client.h"
+#include "what_fails.h"
 
 #include <gmock/gmock.h>
 
@@ -15,16 +16,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
-
-std::string whatFails(const std::function<void()>& action)
-{
-   try {
-      action();
-      return {};
-   } catch (const std::runtime_error& error) {
-      return error.what();
-   }
-}
 
 TEST(Listener, RefusesAnEndpointThatIsServed)
 {

@@ -2,6 +2,7 @@
 #include "service/acceptor.h"
 #include "service/stream.h"
 #include "unit/service/client.h"
+#include "unit/service/what_fails.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,16 +23,6 @@ struct OwnFolder
    ~OwnFolder() { fs::remove_all(path); }
    std::string path = (fs::temp_directory_path() / ownEndpointName()).string();
 };
-
-std::string whatFails(const std::function<void()>& action)
-{
-   try {
-      action();
-      return {};
-   } catch (const std::runtime_error& error) {
-      return error.what();
-   }
-}
 
 TEST(Listener, RemovesItsSocketAndTheFolderThatItMade)
 {
