@@ -107,7 +107,7 @@ private:
 
    void library()
    {
-      std::string text = libraryPath().filename().string() + " (" + ZEROVACTL_VERSION + ")";
+      std::string text = libraryPath().filename().string() + " (" + libraryVersion() + ")";
       if (context_.target.host.empty()) text += ", endpoints in " + endpointFolder();
       tell("library", text, "");
    }

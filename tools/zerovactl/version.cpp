@@ -3,25 +3,22 @@
 
 namespace zerovactl {
 
-namespace {
-
-// The file that the library's name leads to ends in its version.
-std::string versionOf(const std::filesystem::path& library)
+std::string libraryVersion()
 {
    constexpr char kEnd[] = ".so.";
-   const std::string name = library.filename().string();
+   std::error_code ignored; // the path as it is serves as well
+   const std::string name =
+      std::filesystem::weakly_canonical(libraryPath(), ignored).filename().string();
    const auto at = name.find(kEnd);
    return at == std::string::npos ? ZEROVACTL_VERSION : name.substr(at + sizeof kEnd - 1);
 }
-
-} // namespace
 
 int showVersion(Context& context)
 {
    const std::filesystem::path loaded = libraryPath();
    std::error_code ignored; // the path as it is serves as well
    const std::filesystem::path file = std::filesystem::weakly_canonical(loaded, ignored);
-   const std::string version = versionOf(file);
+   const std::string version = libraryVersion();
    const std::string library = (file.parent_path() / loaded.filename()).string();
    if (context.output.asJson())
       context.output.document({{"zerovactl", ZEROVACTL_VERSION},

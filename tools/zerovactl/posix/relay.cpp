@@ -337,15 +337,24 @@ private:
          const std::lock_guard lock(countMutex_);
          ++count_;
       }
-      std::thread([this, own = std::move(work)]() mutable {
-         {
-            const Work done = std::move(own);
-            done();
-         }
-         const std::lock_guard lock(countMutex_);
-         --count_;
-         ended_.notify_one();
-      }).detach();
+      try {
+         std::thread([this, own = std::move(work)]() mutable {
+            {
+               const Work done = std::move(own);
+               done();
+            }
+            end();
+         }).detach();
+      } catch (const std::system_error&) {
+         end(); // what was begun for the client has gone with the work, which ends its connection
+      }
+   }
+
+   void end()
+   {
+      const std::lock_guard lock(countMutex_);
+      --count_;
+      ended_.notify_one();
    }
 
    // As the library asks: whatever is asked for, there is one service here.

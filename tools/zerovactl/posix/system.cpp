@@ -109,7 +109,8 @@ TemporaryFolder::~TemporaryFolder()
 EndRequest::EndRequest(Input input)
    : watchesInput_(input == Input::kWatched && canBeClosedByOthers(STDIN_FILENO))
 {
-   if (pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0) return;
+   if (pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+      throw std::system_error(errno, std::generic_category(), "no pipe can be had");
    struct sigaction action = {};
    action.sa_handler = note;
    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
