@@ -16,7 +16,8 @@ import unittest
 
 BUILD = pathlib.Path(os.environ["ZEROVA_BUILD"])
 PROGRAM = BUILD / "tools" / "zerovactl" / "zerovactl"
-STANDIN = BUILD / "tests" / "service" / "zerova_service_standin"
+SIMULATOR = BUILD / "tools" / "simulator" / "zerova-simulator"
+LABORATORY = pathlib.Path(__file__).resolve().parents[3] / "examples" / "benches" / "laboratory.toml"
 ENDPOINTS = pathlib.Path(os.environ["ZEROVA_ENDPOINTS"])
 SETTINGS = pathlib.Path(os.environ["ZEROVA_SETTINGS"])
 TEXTS = BUILD / "texts" / "generated"
@@ -75,15 +76,15 @@ def run_in_terminal(*arguments: str, **more: str) -> tuple[int, bytes]:
    return process.wait(SOON), seen.replace(b"\r\n", b"\n")
 
 
-class Standin:
-   """The stand-in service, until the end of the block; host is where its TCP endpoint is."""
+class Simulator:
+   """The simulator with the bench of the laboratory, until the end of the block; host is where its TCP endpoint is."""
 
    def __init__(self, *arguments: str):
       self.arguments = arguments
       self.host = ""
 
-   def __enter__(self) -> "Standin":
-      self.process = subprocess.Popen([STANDIN, "--address", "own", *self.arguments],
+   def __enter__(self) -> "Simulator":
+      self.process = subprocess.Popen([SIMULATOR, LABORATORY, "--tcp", "own", *self.arguments],
                                       stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
       ready = self.process.stdout.readline()
       self.host = re.search(r"tcp ([0-9.]+):", ready).group(1)
@@ -95,8 +96,8 @@ class Standin:
       self.process.communicate(timeout=SOON)
 
 
-def remote_service() -> Standin:
-   return Standin("--no-local")
+def remote_service() -> Simulator:
+   return Simulator("--no-local")
 
 
 def own_listener(port: int = 3580) -> socket.socket:
