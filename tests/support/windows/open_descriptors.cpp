@@ -1,45 +1,21 @@
-// The system has one table of all handles; its count for a process is not kept everywhere.
+// Counted by trying the numbers, which the system gives from the lowest on. The system's table of all
+// handles is not asked for: where it is asked while another program begins and has none yet, Wine's
+// server reads past the end of that one's and dies, and programs that wait then wait for ever.
 #include "support/open_descriptors.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <stdexcept>
-#include <vector>
-
 #include <io.h>
 #include <windows.h>
-#include <winternl.h>
 
 namespace {
 
-// As the system writes them: a head, and a row for each handle of any process.
-struct Head
+constexpr std::uintptr_t kStep = 4; // between two numbers of handles
+constexpr std::uintptr_t kLargestGap = 128 * kStep;
+
+bool isOpen(std::uintptr_t handle)
 {
-   std::uintptr_t count;
-   std::uintptr_t reserved;
-};
-
-struct Row
-{
-   void* object;
-   std::uintptr_t process;
-   std::uintptr_t handle;
-   std::uint32_t access;
-   std::uint16_t traceIndex;
-   std::uint16_t type;
-   std::uint32_t attributes;
-   std::uint32_t reserved;
-};
-
-constexpr ULONG kExtendedHandles = 64;
-constexpr auto kTooShort = static_cast<NTSTATUS>(0xC0000004);
-
-using Query = NTSTATUS(NTAPI*)(ULONG, void*, ULONG, ULONG*);
-
-Query query()
-{
-   const FARPROC found = GetProcAddress(GetModuleHandleA("ntdll.dll"), "NtQuerySystemInformation");
-   return reinterpret_cast<Query>(reinterpret_cast<void*>(found));
+   DWORD flags = 0;
+   return GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) != FALSE;
 }
 
 // Has the system make what it makes once for a process and keeps.
@@ -59,24 +35,21 @@ const size_t kOpenForThreads = 64;
 
 size_t openDescriptors()
 {
-   static const Query ask = query();
    static const bool hasBegun = begin();
    static_cast<void>(hasBegun);
-   std::vector<char> bytes(sizeof(Head) + 1024 * sizeof(Row));
-   NTSTATUS answer = kTooShort;
-   while (answer == kTooShort) {
-      answer = ask(kExtendedHandles, bytes.data(), static_cast<ULONG>(bytes.size()), nullptr);
-      if (answer == kTooShort) bytes.resize(2 * bytes.size());
+   const DWORD failure = GetLastError();
+   size_t count = 0;
+   std::uintptr_t last = 0;
+   for (std::uintptr_t handle = kStep; handle <= last + kLargestGap; handle += kStep) {
+      if (!isOpen(handle)) continue;
+      ++count;
+      last = handle;
    }
-   if (answer != 0) throw std::runtime_error("the system tells no handles");
-   const auto* const head = reinterpret_cast<const Head*>(bytes.data());
-   const auto* const rows = reinterpret_cast<const Row*>(head + 1);
-   const auto isOwn = [own = GetCurrentProcessId()](const Row& row) { return row.process == own; };
-   return static_cast<size_t>(std::count_if(rows, rows + head->count, isOwn));
+   SetLastError(failure);
+   return count;
 }
 
 bool isStandardStreamOpen(int number)
 {
-   DWORD flags = 0;
-   return GetHandleInformation(reinterpret_cast<HANDLE>(_get_osfhandle(number)), &flags) != FALSE;
+   return isOpen(static_cast<std::uintptr_t>(_get_osfhandle(number)));
 }
