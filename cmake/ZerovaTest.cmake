@@ -6,6 +6,7 @@ if(WIN32)
    add_subdirectory("${GOOGLETEST_SOURCES}" googletest EXCLUDE_FROM_ALL SYSTEM)
    # Starts the program that stands behind it.
    find_program(WINE NAMES wine64 PATHS /usr/lib/wine REQUIRED DOC "Runs programs of Windows")
+   find_program(WINESERVER NAMES wineserver PATHS /usr/lib/wine REQUIRED DOC "Serves what WINE runs")
    set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_BINARY_DIR}/run_in_wine")
    configure_file(cmake/wine.in "${CMAKE_CROSSCOMPILING_EMULATOR}" @ONLY
       FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
@@ -83,8 +84,9 @@ function(zerova_add_test name)
    endif()
    if(WIN32)
       # To start Wine for each of the tests would take longer than they do.
-      add_test(NAME ${name} COMMAND ${name} "--gtest_filter=*${not_run}")
-      set_tests_properties(${name} PROPERTIES ${properties} FIXTURES_REQUIRED windows)
+      add_test(NAME ${name} COMMAND "${CMAKE_SOURCE_DIR}/tests/windows/run_to_the_end.sh"
+         "${CMAKE_CROSSCOMPILING_EMULATOR}" $<TARGET_FILE:${name}> "--gtest_filter=*${not_run}")
+      set_tests_properties(${name} PROPERTIES ${properties} TIMEOUT 600 FIXTURES_REQUIRED windows)
       return()
    endif()
    gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST TEST_FILTER "${not_run}"

@@ -1,45 +1,26 @@
-// The system has one table of all handles; its count for a process is not kept everywhere.
+// Counted by trying the numbers, which the system gives from the lowest on. The system's table of all
+// handles is not asked for: where it is asked while another program begins and has none yet, Wine's
+// server reads past the end of that one's and dies, and programs that wait then wait for ever.
 #include "support/open_descriptors.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <stdexcept>
+#include <optional>
 #include <vector>
 
 #include <io.h>
 #include <windows.h>
-#include <winternl.h>
 
 namespace {
 
-// As the system writes them: a head, and a row for each handle of any process.
-struct Head
+constexpr std::uintptr_t kStep = 4; // between two numbers of handles
+constexpr std::uintptr_t kLargestGap = 128 * kStep;
+
+std::optional<DWORD> flagsOf(std::uintptr_t handle)
 {
-   std::uintptr_t count;
-   std::uintptr_t reserved;
-};
-
-struct Row
-{
-   void* object;
-   std::uintptr_t process;
-   std::uintptr_t handle;
-   std::uint32_t access;
-   std::uint16_t traceIndex;
-   std::uint16_t type;
-   std::uint32_t attributes;
-   std::uint32_t reserved;
-};
-
-constexpr ULONG kExtendedHandles = 64;
-constexpr auto kTooShort = static_cast<NTSTATUS>(0xC0000004);
-
-using Query = NTSTATUS(NTAPI*)(ULONG, void*, ULONG, ULONG*);
-
-Query query()
-{
-   const FARPROC found = GetProcAddress(GetModuleHandleA("ntdll.dll"), "NtQuerySystemInformation");
-   return reinterpret_cast<Query>(reinterpret_cast<void*>(found));
+   DWORD flags = 0;
+   if (!GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags)) return {};
+   return flags;
 }
 
 // Has the system make what it makes once for a process and keeps.
@@ -53,24 +34,21 @@ bool begin()
    return true;
 }
 
-std::vector<HANDLE> ownHandles()
+// The flags of each handle that is open.
+std::vector<DWORD> ownHandles()
 {
-   static const Query ask = query();
    static const bool hasBegun = begin();
    static_cast<void>(hasBegun);
-   std::vector<char> bytes(sizeof(Head) + 1024 * sizeof(Row));
-   NTSTATUS answer = kTooShort;
-   while (answer == kTooShort) {
-      answer = ask(kExtendedHandles, bytes.data(), static_cast<ULONG>(bytes.size()), nullptr);
-      if (answer == kTooShort) bytes.resize(2 * bytes.size());
+   const DWORD failure = GetLastError();
+   std::vector<DWORD> handles;
+   std::uintptr_t last = 0;
+   for (std::uintptr_t handle = kStep; handle <= last + kLargestGap; handle += kStep) {
+      const std::optional<DWORD> flags = flagsOf(handle);
+      if (!flags) continue;
+      handles.push_back(*flags);
+      last = handle;
    }
-   if (answer != 0) throw std::runtime_error("the system tells no handles");
-   const auto* const head = reinterpret_cast<const Head*>(bytes.data());
-   const auto* const rows = reinterpret_cast<const Row*>(head + 1);
-   std::vector<HANDLE> handles;
-   for (std::uintptr_t i = 0; i < head->count; ++i)
-      if (rows[i].process == GetCurrentProcessId())
-         handles.push_back(reinterpret_cast<HANDLE>(rows[i].handle));
+   SetLastError(failure);
    return handles;
 }
 
@@ -85,15 +63,13 @@ size_t openDescriptors()
 
 size_t inheritedDescriptors()
 {
-   const std::vector<HANDLE> handles = ownHandles();
-   return static_cast<size_t>(std::count_if(handles.begin(), handles.end(), [](HANDLE handle) {
-      DWORD flags = 0;
-      return GetHandleInformation(handle, &flags) && (flags & HANDLE_FLAG_INHERIT);
+   const std::vector<DWORD> handles = ownHandles();
+   return static_cast<size_t>(std::count_if(handles.begin(), handles.end(), [](DWORD flags) {
+      return (flags & HANDLE_FLAG_INHERIT) != 0;
    }));
 }
 
 bool isStandardStreamOpen(int number)
 {
-   DWORD flags = 0;
-   return GetHandleInformation(reinterpret_cast<HANDLE>(_get_osfhandle(number)), &flags) != FALSE;
+   return flagsOf(static_cast<std::uintptr_t>(_get_osfhandle(number))).has_value();
 }
