@@ -218,6 +218,35 @@ void measureSessionHeap(bench::Report& report)
                     "bytes", bench::atMost(16384));
 }
 
+// What a container of 1,000 terminals holds, against the lists and maps that the stub fills.
+void measureTerminalHeap(bench::Report& report)
+{
+   if (!bench::heapBytes()) return;
+   quelerr_Status status;
+   quelerr_heapStatus_init(&status);
+   const zerovaapi_Session session = EXPORT(zerovaapi_createSession)(&status);
+   const auto getTerminals = EXPORT(zerovaapi_getTerminalNamesAndAttributesForDevice);
+   const auto destroyTerminals = EXPORT(zerovaapi_TerminalContainer_destroy);
+   destroyTerminals(getTerminals(session, "matrix1", nullptr, &status)); // the session's buffers
+   const size_t before = bench::heapBytes().value();
+   const zerovaapi_TerminalContainer container = getTerminals(session, "matrix1", nullptr, &status);
+   const size_t ours = bench::heapBytes().value() - before;
+   requireSuccess(status);
+   destroyTerminals(container);
+   EXPORT(zerovaapi_destroySession)(session);
+
+   const auto stub = zerova::openClientSession("com.zerova", "");
+   stub->client.version("1.0");
+   std::vector<std::map<std::string, zerova::Attribute>> terminals;
+   stub->client.getTerminalNamesAndAttributesForDevice(terminals, "matrix1", {});
+   terminals = {};
+   const size_t beforeStub = bench::heapBytes().value();
+   stub->client.getTerminalNamesAndAttributesForDevice(terminals, "matrix1", {});
+   const size_t reference = bench::heapBytes().value() - beforeStub;
+   report.compare("heap of 1,000 terminals: exported/stub", static_cast<double>(ours) / 1024,
+                  static_cast<double>(reference) / 1024, "KiB", bench::atMost(0.7));
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -230,7 +259,9 @@ int main(int argc, char** argv)
       const bench::CannedService service(ZEROVA_ENDPOINT_DIR, kHost, replies(), serviceCore);
       measureEndpoint(report, "local, " + placement, "", 0);
       measureEndpoint(report, "TCP, " + placement, kHost, service.port());
-      if (serviceCore == kClientCore) measureSessionHeap(report);
+      if (serviceCore != kClientCore) continue;
+      measureSessionHeap(report);
+      measureTerminalHeap(report);
    }
    return report.finish();
 }

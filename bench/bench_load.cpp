@@ -39,6 +39,7 @@ struct Loading
    double afterUnloading;
    double memory; // KiB, among it pages of files that this process alone has mapped
    double written;
+   double pageFaults; // of the first
    std::vector<SharedObject> objects;
 };
 
@@ -85,7 +86,7 @@ Loading loadOnce(const char* library, const Host& host)
    std::istringstream output(run(arguments));
    Loading result{};
    output >> result.first >> result.whileLoaded >> result.afterUnloading >> result.memory >>
-      result.written;
+      result.written >> result.pageFaults;
    if (!output) fail(std::string("load_once tells nothing of ") + library);
    for (SharedObject object; output >> object.relocations >> object.file;)
       result.objects.push_back(object);
@@ -119,6 +120,7 @@ void measureHost(bench::Report& report, const Host& host)
    compare("load while loaded", &Loading::whileLoaded, "us", bench::noGoal());
    compare("private memory", &Loading::written, "KiB", goal);
    compare("with pages of files that nobody shares", &Loading::memory, "KiB", bench::noGoal());
+   compare("page faults", &Loading::pageFaults, "", bench::noGoal());
 }
 
 // Pages of a file that was only just built, and is not on the disk yet, count as written to.

@@ -3,8 +3,8 @@
  *
  * Prints one line: the microseconds of the first dlopen, of the next one while the library is
  * loaded, and of the first one after it was unloaded; then the KiB of private memory that the first
- * one left, and how many of these were written to. Then one line for each shared object that it brought
- * in: its number of relocations and its file. */
+ * one left, and how many of these were written to; then the page faults that it took. Then one line for
+ * each shared object that it brought in: its number of relocations and its file. */
 #define _GNU_SOURCE /* dl_iterate_phdr */
 #include <dlfcn.h>
 #include <elf.h>
@@ -13,6 +13,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/resource.h>
 #include <time.h>
 
 static double microseconds(void)
@@ -20,6 +21,13 @@ static double microseconds(void)
    struct timespec time;
    clock_gettime(CLOCK_MONOTONIC, &time);
    return (double)time.tv_sec * 1e6 + (double)time.tv_nsec / 1e3;
+}
+
+static long pageFaults(void)
+{
+   struct rusage usage;
+   getrusage(RUSAGE_SELF, &usage);
+   return usage.ru_minflt + usage.ru_majflt;
 }
 
 static void* load(const char* library)
@@ -123,9 +131,11 @@ int main(int argc, char** argv)
    memory(); /* what reading itself needs is there from now on */
    const struct Memory without = memory();
 
+   const long faultsBefore = pageFaults();
    const double first = microseconds();
    void* const library = load(argv[1]);
    const double loaded = microseconds();
+   const long faults = pageFaults() - faultsBefore;
    const struct Memory with = memory();
    const double second = microseconds();
    void* const again = load(argv[1]);
@@ -136,8 +146,8 @@ int main(int argc, char** argv)
    load(argv[1]);
    const double reloaded = microseconds();
 
-   printf("%.3f %.3f %.3f %ld %ld\n", loaded - first, found - second, reloaded - third,
-          with.private - without.private, with.written - without.written);
+   printf("%.3f %.3f %.3f %ld %ld %ld\n", loaded - first, found - second, reloaded - third,
+          with.private - without.private, with.written - without.written, faults);
    dl_iterate_phdr(tellWhenNew, &before);
    return 0;
 }

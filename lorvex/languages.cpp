@@ -8,7 +8,7 @@ namespace {
 
 struct Language
 {
-   const char* folder;
+   char folder[9];
    uint32_t codePage;
 };
 

@@ -146,9 +146,10 @@ void scanFile(platform::TextFile* file, int32_t code, quelerr_String* descriptio
    if (!readLine(file, line) || !startsWith(line, kDeclaration)) return;
    if (!readLine(file, line) || !startsWith(line, kDocument)) return;
    while (readLine(file, line)) {
-      if (startsWith(line, kDocumentEnd)) return;
       if (startsWith(line, kEntry)) {
          if (scanEntry(file, line, code, description, status)) return;
+      } else if (startsWith(line, kDocumentEnd)) {
+         return;
       } else if (startsWith(line, kComment)) {
          skipComment(file, line);
       } else if (!line[0]) {

@@ -6,11 +6,14 @@
 
 namespace platform {
 
+constexpr size_t kBlockSize = 32'768;
+constexpr size_t kShortLine = 32;
+
 struct TextStream
 {
    const char* next; // what is left of block
    const char* end;
-   char block[32 * 1024];
+   char block[kBlockSize + kShortLine]; // so much may be copied from each of its bytes
 };
 
 // Reads further text into the block of a stream that the system has made. Returns the number of

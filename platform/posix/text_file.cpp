@@ -51,7 +51,7 @@ size_t readBlock(TextStream* stream)
    const int descriptor = static_cast<FileStream*>(stream)->descriptor;
    ssize_t count = 0;
    do
-      count = read(descriptor, stream->block, sizeof stream->block);
+      count = read(descriptor, stream->block, kBlockSize);
    while (count < 0 && errno == EINTR);
    return count < 0 ? 0 : static_cast<size_t>(count);
 }

@@ -43,8 +43,7 @@ void closeTextFile(TextFile* file)
 
 size_t readBlock(TextStream* stream)
 {
-   return std::fread(stream->block, 1, sizeof stream->block,
-                     static_cast<FileStream*>(stream)->file);
+   return std::fread(stream->block, 1, kBlockSize, static_cast<FileStream*>(stream)->file);
 }
 
 int openStream(const char* folder, const char* name, TextFile* file)

@@ -15,8 +15,8 @@ namespace {
 using namespace apache::thrift::protocol;
 
 constexpr uint32_t kReplyOfVersion1 = 0x80010000 | T_REPLY;
-constexpr uint32_t kSmallestAttribute = 5; // an empty name and the end of a struct
-constexpr uint32_t kSmallestTerminal = 6;  // a map with nothing in it
+constexpr size_t kSmallestAttribute = 5; // an empty name and the end of a struct
+constexpr size_t kSmallestTerminal = 6;  // a map with nothing in it
 
 // Each operation returns false when something else is next, and then nothing more may be taken.
 class ReplyReader
@@ -183,12 +183,16 @@ private:
                 begin, end, [](const auto& a, const auto& b) { return a.name == b.name; }) == end;
    }
 
-   // Terminals of one device mostly have the same attributes: after the first of them.
+   // Terminals of one device mostly have attributes of the same names: after the first of them. A count
+   // that lies is believed as far as the rest of the frame can hold such terminals.
    void expectAlike(uint32_t count)
    {
-      const size_t most = content_.attributes.size() + left() / kSmallestAttribute;
-      content_.attributes.reserve(std::min(content_.attributes.size() * count, most));
-      content_.ends.reserve(std::min<size_t>(count, 1 + left() / kSmallestTerminal));
+      size_t smallest = kSmallestTerminal;
+      for (const TerminalAttribute& attribute : content_.attributes)
+         smallest += kSmallestAttribute + attribute.name.size();
+      const size_t terminals = std::min<size_t>(count, 1 + left() / smallest);
+      content_.attributes.reserve(content_.attributes.size() * terminals);
+      content_.ends.reserve(terminals);
    }
 
    ReplyContent& content_;

@@ -2,6 +2,7 @@
 
 check_library.py exports LIBRARY LIST: exactly the names in LIST, under the one version node.
 check_library.py needs LIBRARY: the runtime of C and C++, no newer than the oldest that we support.
+check_library.py load LIBRARY: no more work for the loader, and no more memory written to, than there must be.
 """
 
 import os
@@ -20,6 +21,10 @@ NEWEST = {"GLIBC": (2, 34), "GLIBCXX": (3, 4, 30), "CXXABI": (1, 3, 13), "GCC": 
 
 # The compiler's start-up code asks whether somebody has them, and goes without.
 OPTIONAL = {"_ITM_deregisterTMCloneTable", "_ITM_registerTMCloneTable", "__gmon_start__"}
+
+# A little above what gcc and clang make of it, optimised and not. Most relocations are those of virtual
+# tables; those by name cost the look-up. What can be written to is, since relocations lie on all its pages.
+MOST = {"relocations": 2050, "relocations by name": 480, "initialisers": 4, "bytes that can be written to": 6 * 4096}
 
 # Number, value, size, type, binding, visibility, section, name, version and its number.
 SYMBOL = re.compile(
@@ -103,10 +108,34 @@ def faults_of_needs(library):
          yield f"{name} is of {known[number][0]}"
 
 
+def work_of_load(library):
+   fields = [line.split() for line in readelf("--relocs", library)]
+   relocations = [line for line in fields if len(line) > 2 and line[2].startswith("R_")]
+   # Offset, information, type; then the addend, or the value and the name of a symbol before it.
+   by_name = [line for line in relocations if len(line) > 4]
+   initialisers = re.search(r"\(INIT_ARRAYSZ\)\s+(\d+) \(bytes\)", "\n".join(readelf("--dynamic", library)))
+   segments = re.findall(r"^ +LOAD( +0x[0-9a-f]+){4} 0x([0-9a-f]+) RW", "\n".join(readelf("--segments", library)), re.M)
+   return {
+      "relocations": len(relocations),
+      "relocations by name": len(by_name),
+      "initialisers": int(initialisers[1]) // 8 if initialisers else 0,
+      "bytes that can be written to": sum(int(size, 16) for _, size in segments),
+   }
+
+
+def faults_of_load(library):
+   for what, count in work_of_load(library).items():
+      if count > MOST[what]:
+         yield f"{count} {what}, and not at most {MOST[what]}"
+
+
 def main(what, library, *listed):
    if what == "exports":
       names = pathlib.Path(listed[0]).read_text(encoding="utf-8").split()
       faults = list(faults_of_exports(library, names))
+   elif what == "load":
+      print(", ".join(f"{count} {named}" for named, count in work_of_load(library).items()))
+      faults = list(faults_of_load(library))
    else:
       faults = list(faults_of_needs(library))
    print("\n".join(faults) or f"{library} keeps to its {what}")

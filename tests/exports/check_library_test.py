@@ -109,6 +109,34 @@ class CheckOfLibrary(unittest.TestCase):
          with self.subTest(version):
             self.assertEqual(self.needs(self.needing(version, file)), [])
 
+   def work(self, source, *options):
+      return check_library.work_of_load(self.bare(source, MAP, *options))
+
+   def test_each_pointer_is_a_relocation(self):
+      without = self.work("int first(void) { return 1; }")
+      self.assertEqual(without["relocations"], 0)
+      table = self.work("static int x; int* const table[] = {&x, &x, &x}; void* first(void) { return (void*)table; }")
+      self.assertEqual((table["relocations"], table["relocations by name"]), (3, 0))
+
+   def test_each_function_of_another_library_is_a_relocation_by_name(self):
+      called = self.work("int a(void); int b(void); int first(void) { return a() + b(); }")
+      self.assertEqual((called["relocations"], called["relocations by name"]), (2, 2))
+
+   def test_each_constructor_is_an_initialiser(self):
+      constructor = "__attribute__((constructor)) static void {}(void) {{ __asm__(\"\"); }}"
+      work = self.work("".join(map(constructor.format, "abc")))
+      self.assertEqual(work["initialisers"], 3)
+
+   def test_data_and_what_is_not_in_the_file_can_be_written_to(self):
+      work = self.work("char data[3000] = {1}; char empty[5000]; char* first(void) { return data + empty[0]; }")
+      self.assertGreaterEqual(work["bytes that can be written to"], 8000)
+      self.assertLess(work["bytes that can be written to"], 9000)
+
+   def test_more_work_at_load_than_there_must_be(self):
+      library = self.bare(
+         "static int x; int* const table[3000] = {[0 ... 2999] = &x}; void* first(void) { return (void*)table; }", MAP)
+      self.assertEqual(list(check_library.faults_of_load(library)), ["3000 relocations, and not at most 2050"])
+
    def test_what_is_no_library_is_refused(self):
       (self.folder / "text").write_text("no library", encoding="utf-8")
       with self.assertRaises(subprocess.CalledProcessError):

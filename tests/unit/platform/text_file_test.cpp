@@ -63,6 +63,19 @@ TEST(TextFile, LinesOfAnyLengthComeWholeWhereverTheyLieInALargeFile)
    EXPECT_EQ(readLines(folder.write("a.txt", content)), lines);
 }
 
+TEST(TextFile, ShortLinesKeepToBuffersOfAboutTheirOwnSize)
+{
+   const ScratchFolder folder;
+   for (size_t size = 30; size < 36; ++size)
+      for (size_t length = 28; length < 36; ++length) {
+         const std::string line = std::string(length, 'x') + "\n";
+         std::vector<std::string> pieces{"\n"}; // of a line with which the file's text is there
+         for (size_t begin = 0; begin < line.size(); begin += size - 1)
+            pieces.push_back(line.substr(begin, size - 1));
+         EXPECT_EQ(readLines(folder.write("a.txt", "\n" + line), size), pieces) << length;
+      }
+}
+
 TEST(TextFile, SkippingStopsAtTheLinesThatReadingWouldFind)
 {
    constexpr size_t kSize = 8; // pieces of 7

@@ -2,9 +2,11 @@
 #include "source/zerovaapi/reply_reader.h"
 
 #include "service/wire_bytes.h"
+#include "support/heap_watch.h"
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <span>
@@ -189,6 +191,48 @@ TEST(ReplyReader, CountsAndElementsThatAnnounceSomethingElseAreLeft)
    EXPECT_FALSE(isRead(list(wire::kMap, -1)));
    EXPECT_FALSE(isRead(list(wire::kMap, INT32_MAX)));
    EXPECT_FALSE(isRead(list(wire::kStruct, 0)));
+}
+
+// The reply announces count terminals, of which it has those that are written, alike in their names.
+WireBytes alikeTerminals(int32_t count, int written)
+{
+   WireBytes out;
+   out.message(wire::kReply, kTerminals).field(wire::kList, 0).listHeader(wire::kMap, count);
+   for (int i = 0; i < written; ++i)
+      out.mapHeader(wire::kString, wire::kStruct, 2)
+         .stringAttribute("Description", i == 0 ? "the first has the longest text of all" : "")
+         .boolAttribute("IsSource", true);
+   return out;
+}
+
+TEST(ReplyReader, CountThatLiesReservesNoMoreThanTheRestOfTheFrameCouldHoldOfSuchTerminals)
+{
+   constexpr size_t kRest = 1 << 20;
+   const WireBytes message = alikeTerminals(kRest, 1).raw(std::string(kRest, '\0'));
+   const std::string frame = message.bytes();
+   bool isRead = true;
+   size_t peak = 0;
+   {
+      const HeapWatch watch;
+      isRead = readTerminalReply(bytesOf(frame)).has_value();
+      peak = watch.peak();
+   }
+   EXPECT_FALSE(isRead);
+   // Its copy, and of each terminal the 35 bytes without which it cannot be.
+   EXPECT_LT(peak, frame.size() * 13 / 4);
+}
+
+size_t requestsForTerminals(int count)
+{
+   const std::string frame = alikeTerminals(count, count).stop().bytes();
+   const HeapWatch watch;
+   return readTerminalReply(bytesOf(frame)) ? watch.count() : 0;
+}
+
+TEST(ReplyReader, MemoryForTerminalsThatAreAlikeIsAskedForOnce)
+{
+   EXPECT_GT(requestsForTerminals(2), 0u);
+   EXPECT_EQ(requestsForTerminals(1000), requestsForTerminals(2));
 }
 
 } // namespace
