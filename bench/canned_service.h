@@ -7,6 +7,7 @@
 #ifndef BENCH_CANNED_SERVICE_H
 #define BENCH_CANNED_SERVICE_H
 
+#include <chrono>
 #include <cstddef>
 #include <map>
 #include <memory>
@@ -20,10 +21,10 @@ using Replies = std::map<std::string, std::string>; // by method name
 class CannedService
 {
 public:
-   // host is the loopback address of the TCP side; a core below 0 is any. Ends the program when an
-   // endpoint is taken.
+   // host is the loopback address of the TCP side; a core below 0 is any; work is what each answer
+   // takes, asleep. Ends the program when an endpoint is taken.
    CannedService(const std::string& endpointFolder, const std::string& host, const Replies& replies,
-                 int core);
+                 int core, std::chrono::microseconds work = {});
    CannedService(const CannedService&) = delete;
    CannedService& operator=(const CannedService&) = delete;
    ~CannedService();

@@ -2,6 +2,7 @@
 #ifndef BENCH_PAIRS_H
 #define BENCH_PAIRS_H
 
+#include <utility>
 #include <vector>
 
 namespace bench {
@@ -30,26 +31,50 @@ double now();
 // does not count. Where the system does not tell it finely enough, as now().
 double processorTime();
 
-// What one of repeats calls takes, in microseconds by the clock, for each of the rounds. Each side
-// goes first in every second round: what one leaves in the heap and the caches, the other meets.
-template <typename Clock, typename Ours, typename Reference>
-Pairs measureInTurns(int rounds, int repeats, Clock clock, Ours ours, Reference reference)
+// What sample(action) gives for the two, once in each of the rounds. Each side goes first in every
+// second round: what one leaves in the heap and the caches, the other meets.
+template <typename Sample, typename Ours, typename Reference>
+Pairs takeInTurns(int rounds, Sample sample, Ours ours, Reference reference)
 {
-   const auto take = [&](auto& action, std::vector<double>& samples) {
-      const double start = clock();
-      for (int i = 0; i < repeats; ++i)
-         action();
-      samples.push_back((clock() - start) / 1000 / repeats);
-   };
    Pairs pairs;
    ours();
    reference();
    for (int round = 0; round < rounds; ++round) {
-      if (round % 2 == 0) take(ours, pairs.ours);
-      take(reference, pairs.reference);
-      if (round % 2 != 0) take(ours, pairs.ours);
+      if (round % 2 == 0) pairs.ours.push_back(sample(ours));
+      pairs.reference.push_back(sample(reference));
+      if (round % 2 != 0) pairs.ours.push_back(sample(ours));
    }
    return pairs;
+}
+
+// What one of repeats calls takes, in microseconds by the clock.
+template <typename Clock, typename Ours, typename Reference>
+Pairs measureInTurns(int rounds, int repeats, Clock clock, Ours ours, Reference reference)
+{
+   const auto sample = [&](auto& action) {
+      const double start = clock();
+      for (int i = 0; i < repeats; ++i)
+         action();
+      return (clock() - start) / 1000 / repeats;
+   };
+   return takeInTurns(rounds, sample, ours, reference);
+}
+
+// What the middle one of repeats calls takes, in microseconds: for calls to another core, of which
+// some wait long for what else the machine does.
+template <typename Ours, typename Reference>
+Pairs measureMiddlesInTurns(int rounds, int repeats, Ours ours, Reference reference)
+{
+   const auto sample = [&](auto& action) {
+      std::vector<double> calls;
+      for (int i = 0; i < repeats; ++i) {
+         const double start = now();
+         action();
+         calls.push_back((now() - start) / 1000);
+      }
+      return median(std::move(calls));
+   };
+   return takeInTurns(rounds, sample, ours, reference);
 }
 
 } // namespace bench

@@ -59,6 +59,9 @@ private:
 
 void closePipe(Handle pipe);
 
+// Whether a read would end at once: with bytes, or with a failure such as the end of the connection.
+bool canRead(Handle pipe);
+
 // One transfer: started, waited for if there is a time limit, finished. Transfer and buffer must stay
 // where they are until it is finished or cancelled.
 struct PipeTransfer

@@ -2,6 +2,7 @@
 #ifndef TRANSPORT_CLIENT_FRAMING_H
 #define TRANSPORT_CLIENT_FRAMING_H
 
+#include "transport/answer_wait.h"
 #include "transport/reply_scan.h"
 
 #include <thrift/transport/TBufferTransports.h>
@@ -44,6 +45,9 @@ public:
       setReadBuffer(rBuf_.get(), 0);
    }
 
+   // From now on answers are waited for with watch; without one they are slept for.
+   void watchAnswers(std::unique_ptr<AnswerWatch> watch) { watch_ = std::move(watch); }
+
    // Forgets what was written of a request that was never sent: it may have been too large, or
    // memory ran out.
    void beginRequest()
@@ -57,6 +61,7 @@ public:
    {
       awaitsReply_ = true;
       beginMessage();
+      if (watch_) wait_.ask(*watch_);
       TFramedTransport::flush();
    }
 
@@ -191,7 +196,7 @@ private:
       }
       while (aheadEnd_ - aheadBegin_ < kLengthSize) {
          const uint32_t room = static_cast<uint32_t>(ahead_.size()) - aheadEnd_;
-         const uint32_t count = transport_->read(ahead_.data() + aheadEnd_, room);
+         const uint32_t count = receiveAhead(room);
          if (count == 0 && aheadEnd_ == 0) return false;
          if (count == 0)
             throw TTransportException(TTransportException::END_OF_FILE,
@@ -206,6 +211,16 @@ private:
          throw TTransportException(TTransportException::CORRUPTED_DATA,
                                    "Received an oversized frame");
       return true;
+   }
+
+   // Only what a frame begins with is waited for; the rest of it is on its way.
+   uint32_t receiveAhead(uint32_t room)
+   {
+      const bool isAwaited = watch_ && aheadEnd_ == 0;
+      if (isAwaited) wait_.begin(*watch_);
+      const uint32_t count = transport_->read(ahead_.data() + aheadEnd_, room);
+      if (isAwaited) wait_.end(*watch_);
+      return count;
    }
 
    void readBytes(uint8_t* bytes, uint32_t length)
@@ -254,6 +269,9 @@ private:
    std::array<uint8_t, 1024> ahead_;
    uint32_t aheadBegin_ = 0;
    uint32_t aheadEnd_ = 0;
+
+   std::unique_ptr<AnswerWatch> watch_; // may be null
+   AnswerWait wait_;
 
    bool awaitsReply_ = false;
    Reply reply_ = Reply::kNothing;

@@ -11,6 +11,9 @@
 #include <thrift/Thrift.h>
 #include <thrift/transport/TSocket.h>
 
+#include <chrono>
+#include <thread>
+
 namespace zerova {
 
 using apache::thrift::transport::TPipe;
@@ -61,8 +64,36 @@ public:
       TSocket::close();
    }
 
+   // Of an open one: whether read would not have to wait.
+   bool canRead() const
+   {
+      platform::SocketWatch watch{static_cast<platform::Socket>(socket_), true, false, false};
+      return platform::waitForSockets(&watch, 1, 0) != platform::SocketWait::timedOut;
+   }
+
 private:
    uint32_t owner_ = 0;
+};
+
+// The transport must outlive it.
+template <typename Transport>
+class TransportWatch final : public AnswerWatch
+{
+public:
+   explicit TransportWatch(const Transport& transport)
+      : transport_(transport)
+   {
+   }
+   bool hasCome() override { return !transport_.isOpen() || transport_.canRead(); }
+   void yield() override { std::this_thread::yield(); }
+   int64_t now() override
+   {
+      const auto time = std::chrono::steady_clock::now().time_since_epoch();
+      return std::chrono::nanoseconds(time).count();
+   }
+
+private:
+   const Transport& transport_;
 };
 
 // 0 if there is no port to be had: the connection then fails by itself.
@@ -88,10 +119,20 @@ ClientFraming* framingOf(ClientSession& session)
 
 } // namespace
 
+std::unique_ptr<AnswerWatch> watchOf(const TTransport& transport)
+{
+   if (const auto* const pipe = dynamic_cast<const TPipe*>(&transport))
+      return std::make_unique<TransportWatch<TPipe>>(*pipe);
+   if (const auto* const remote = dynamic_cast<const RemoteTransport*>(&transport))
+      return std::make_unique<TransportWatch<RemoteTransport>>(*remote);
+   return nullptr;
+}
+
 std::unique_ptr<ClientSession> makeClientSession(const std::shared_ptr<TTransport>& transport)
 {
    silenceThriftOnce();
    const auto framed = std::make_shared<ClientFraming>(transport);
+   framed->watchAnswers(watchOf(*transport));
    const auto protocol = std::make_shared<ClientProtocol>(framed);
    std::unique_ptr<ClientSession> session(
       new ClientSession{transport, framed, protocol, APIv1Client(protocol)});

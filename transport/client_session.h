@@ -3,6 +3,7 @@
 #define TRANSPORT_CLIENT_SESSION_H
 
 #include "APIv1.h"
+#include "transport/answer_wait.h"
 
 #include <thrift/protocol/TProtocol.h>
 #include <thrift/transport/TTransport.h>
@@ -23,6 +24,10 @@ struct ClientSession
    std::shared_ptr<apache::thrift::protocol::TProtocol> protocol;
    APIv1Client client;
 };
+
+// What a session on the transport, which must outlive it, waits for its answers with. Null for a
+// transport that cannot be asked whether something has come: there all answers are slept for.
+std::unique_ptr<AnswerWatch> watchOf(const apache::thrift::transport::TTransport& transport);
 
 // Builds a stack on a transport, which it leaves as it is.
 std::unique_ptr<ClientSession>

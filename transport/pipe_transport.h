@@ -63,6 +63,9 @@ public:
    uint32_t read(uint8_t* buffer, uint32_t length);
    void write(const uint8_t* buffer, uint32_t length);
 
+   // Of an open pipe: whether read would not have to wait.
+   bool canRead() const { return platform::canRead(impl_->getPipeHandle()); }
+
    const std::string& getPipename() const { return pipename_; }
    // Null puts back the verifier that trusts everyone. Borrowed: must outlive the transport.
    void setVerifier(TPureAccessVerifier* next) { verifier = next ? next : &defaultVerifier; }

@@ -93,7 +93,7 @@ bool sendAll(int socket, const std::string& data)
    return true;
 }
 
-void serve(int socket, const Replies& framedReplies)
+void serve(int socket, const Replies& framedReplies, std::chrono::microseconds work)
 {
    const int on = 1;
    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on,
@@ -102,6 +102,7 @@ void serve(int socket, const Replies& framedReplies)
    for (char length[4]; receiveAll(socket, length, sizeof length);) {
       body.resize(lengthOf(length));
       if (!receiveAll(socket, body.data(), body.size())) break;
+      if (work.count() > 0) std::this_thread::sleep_for(work);
       const auto reply = framedReplies.find(methodOf(body));
       if (reply == framedReplies.end() || !sendAll(socket, reply->second)) break;
    }
@@ -118,7 +119,8 @@ void answerLocator(int socket, int port)
    close(socket);
 }
 
-[[noreturn]] void run(int local, int tcp, int locator, int lifeline, const Replies& replies)
+[[noreturn]] void run(int local, int tcp, int locator, int lifeline, const Replies& replies,
+                      std::chrono::microseconds work)
 {
    const int port = portOf(tcp);
    for (;;) {
@@ -129,7 +131,8 @@ void answerLocator(int socket, int port)
       if (waits[2].revents) answerLocator(accept(locator, nullptr, nullptr), port);
       for (int i = 0; i < 2; ++i)
          if (waits[i].revents)
-            std::thread(serve, accept(waits[i].fd, nullptr, nullptr), std::cref(replies)).detach();
+            std::thread(serve, accept(waits[i].fd, nullptr, nullptr), std::cref(replies), work)
+               .detach();
    }
 }
 
@@ -139,7 +142,7 @@ class CannedService::Endpoints
 {
 public:
    Endpoints(const std::string& endpointFolder, const std::string& host, const Replies& replies,
-             int core)
+             int core, std::chrono::microseconds work)
       : endpoint_(endpointFolder + "/com.zerova")
    {
       mkdir(endpointFolder.c_str(), 0777);
@@ -159,7 +162,7 @@ public:
       if (process_ == 0) {
          ::close(pipeEnds[1]);
          if (core >= 0) pinToCore(core);
-         run(local, tcp, locator, pipeEnds[0], whole);
+         run(local, tcp, locator, pipeEnds[0], whole, work);
       }
       for (const int descriptor : {local, tcp, locator, pipeEnds[0]})
          ::close(descriptor);
@@ -185,8 +188,8 @@ private:
 };
 
 CannedService::CannedService(const std::string& endpointFolder, const std::string& host,
-                             const Replies& replies, int core)
-   : endpoints_(std::make_unique<Endpoints>(endpointFolder, host, replies, core))
+                             const Replies& replies, int core, std::chrono::microseconds work)
+   : endpoints_(std::make_unique<Endpoints>(endpointFolder, host, replies, core, work))
 {
 }
 

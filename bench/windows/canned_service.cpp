@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <thread>
 #include <vector>
 
 namespace bench {
@@ -36,9 +37,11 @@ bool receiveAll(Stream& stream, char* bytes, size_t count, const StopSignal& sto
 class CannedService::Endpoints
 {
 public:
-   Endpoints(const std::string& host, const Replies& replies, int core)
+   Endpoints(const std::string& host, const Replies& replies, int core,
+             std::chrono::microseconds work)
       : replies_(wholeOf(replies))
       , core_(core)
+      , work_(work)
       , local_(Listener::local("com.zerova"), "local",
                [this](Stream& stream, const StopSignal& stop) { serve(stream, stop); })
       , tcp_(Listener::tcp(host), "tcp",
@@ -66,6 +69,7 @@ private:
       for (char length[4]; receiveAll(stream, length, sizeof length, stop);) {
          body.resize(lengthOf(length));
          if (!receiveAll(stream, body.data(), body.size(), stop)) break;
+         if (work_.count() > 0) std::this_thread::sleep_for(work_);
          const auto reply = replies_.find(methodOf(body));
          if (reply == replies_.end() || !stream.write(reply->second, stop)) break;
       }
@@ -82,14 +86,15 @@ private:
 
    const Replies replies_;
    const int core_;
+   const std::chrono::microseconds work_;
    Acceptor local_;
    Acceptor tcp_;
    Acceptor locator_;
 };
 
 CannedService::CannedService(const std::string&, const std::string& host, const Replies& replies,
-                             int core)
-   : endpoints_(std::make_unique<Endpoints>(host, replies, core))
+                             int core, std::chrono::microseconds work)
+   : endpoints_(std::make_unique<Endpoints>(host, replies, core, work))
 {
 }
 

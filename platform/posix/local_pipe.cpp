@@ -212,6 +212,12 @@ void closePipe(Handle pipe)
    close(static_cast<int>(pipe));
 }
 
+bool canRead(Handle pipe)
+{
+   pollfd watched{static_cast<int>(pipe), POLLIN, 0};
+   return poll(&watched, 1, 0) != 0;
+}
+
 int startRead(Handle pipe, void* buffer, uint32_t length, PipeTransfer& transfer)
 {
    if (pipe == kInvalidHandle) return EBADF;

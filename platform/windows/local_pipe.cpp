@@ -83,6 +83,12 @@ void closePipe(Handle pipe)
    CloseHandle(handleOf(pipe));
 }
 
+bool canRead(Handle pipe)
+{
+   DWORD count = 0;
+   return !PeekNamedPipe(handleOf(pipe), nullptr, 0, nullptr, &count, nullptr) || count > 0;
+}
+
 int startRead(Handle pipe, void* buffer, uint32_t length, PipeTransfer& transfer)
 {
    OVERLAPPED* const record = recordOf(transfer);

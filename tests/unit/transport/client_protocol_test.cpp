@@ -558,4 +558,56 @@ TEST(ElementCount, ChecksOfTheProtocolComeFirst)
              Failure(TProtocolException::UNKNOWN, "unrecognized type code"));
 }
 
+// A service in memory that answers each request at once.
+class AnsweringWire : public apache::thrift::transport::TVirtualTransport<AnsweringWire>
+{
+public:
+   bool isOpen() const override { return true; }
+   void write(const uint8_t*, uint32_t) { answer_ = zerova::test::boolReply("isDebug", true); }
+   uint32_t read(uint8_t* bytes, uint32_t length)
+   {
+      const auto count =
+         static_cast<uint32_t>(answer_.copy(reinterpret_cast<char*>(bytes), length));
+      answer_.erase(0, count);
+      return count;
+   }
+
+private:
+   std::string answer_;
+};
+
+// Each look at the clock is a microsecond after the last.
+class CountingWatch final : public zerova::AnswerWatch
+{
+public:
+   explicit CountingWatch(uint32_t& looks)
+      : looks_(looks)
+   {
+   }
+   bool hasCome() override
+   {
+      time_ -= 1000; // who polls is answered before who sleeps
+      return ++looks_ > 0;
+   }
+   void yield() override {}
+   int64_t now() override { return time_ += 1000; }
+
+private:
+   uint32_t& looks_;
+   int64_t time_ = 0;
+};
+
+TEST(WatchedAnswer, IsPolledForByACallWhenAnswersHaveComeSoon)
+{
+   const auto framed = std::make_shared<zerova::ClientFraming>(std::make_shared<AnsweringWire>());
+   zerova::APIv1Client client(std::make_shared<zerova::ClientProtocol>(framed));
+   uint32_t looks = 0;
+   framed->watchAnswers(std::make_unique<CountingWatch>(looks));
+   for (uint32_t i = 0; i < zerova::AnswerWait::kSoonInRow; ++i)
+      EXPECT_TRUE(client.isDebug());
+   EXPECT_EQ(looks, 0u);
+   EXPECT_TRUE(client.isDebug());
+   EXPECT_EQ(looks, 1u);
+}
+
 } // namespace

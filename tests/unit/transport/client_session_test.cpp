@@ -8,6 +8,8 @@
 #include "unit/transport/local_service.h"
 #include "unit/transport/system_faults.h"
 
+#include <chrono>
+
 #include <gmock/gmock.h>
 #include <thrift/Thrift.h>
 #include <thrift/transport/TBufferTransports.h>
@@ -184,6 +186,55 @@ TEST(RemoteSession, GoesToThePortThatTheLocatorNames)
    EXPECT_EQ(
       remote.service().frames(),
       std::vector{WireBytes().message(wire::kCall, "version").textField(1, "1.0").stop().frame()});
+}
+
+// What a peer has sent is there soon, and nobody tells when.
+bool comesWithin(zerova::AnswerWatch& watch, std::chrono::seconds limit)
+{
+   const auto end = std::chrono::steady_clock::now() + limit;
+   while (std::chrono::steady_clock::now() < end) {
+      if (watch.hasCome()) return true;
+      watch.yield();
+   }
+   return false;
+}
+
+TEST(AnswerWatch, OfALocalSessionTellsWhenAnAnswerHasCome)
+{
+   LocalPeer service(answering(zerova::test::boolReply("isDebug", true)));
+   const auto session = openClientSession(service.name, "");
+   const auto watch = zerova::watchOf(*session->transport);
+   EXPECT_FALSE(watch->hasCome());
+   session->client.send_isDebug();
+   EXPECT_TRUE(comesWithin(*watch, std::chrono::seconds(60)));
+   EXPECT_TRUE(session->client.recv_isDebug());
+   EXPECT_FALSE(watch->hasCome());
+}
+
+TEST(AnswerWatch, OfARemoteSessionTellsWhenAnAnswerHasCome)
+{
+   RemotePeer remote(answering(zerova::test::boolReply("isDebug", true)));
+   const auto session = openClientSession("", remote.host());
+   const auto watch = zerova::watchOf(*session->transport);
+   EXPECT_FALSE(watch->hasCome());
+   session->client.send_isDebug();
+   EXPECT_TRUE(comesWithin(*watch, std::chrono::seconds(60)));
+   EXPECT_TRUE(session->client.recv_isDebug());
+   EXPECT_FALSE(watch->hasCome());
+}
+
+TEST(AnswerWatch, OfASessionThatIsClosedLeavesTheRestToTheRead)
+{
+   LocalPeer service(Script().hold());
+   const auto session = openClientSession(service.name, "");
+   const auto watch = zerova::watchOf(*session->transport);
+   session->transport->close();
+   EXPECT_TRUE(watch->hasCome());
+}
+
+TEST(AnswerWatch, ThereIsNoneOfATransportThatCannotBeAsked)
+{
+   EXPECT_EQ(zerova::watchOf(apache::thrift::transport::TMemoryBuffer()), nullptr);
 }
 
 TEST(RemoteSession, LocatorThatKnowsNoPortGivesPort0WhichIsNotConnected)

@@ -176,6 +176,18 @@ TEST(Pipe, ReadOfFewerBytesLeavesTheRest)
    EXPECT_EQ(open.read(100), "cdef");
 }
 
+TEST(Pipe, CanReadWhenBytesHaveComeOrTheConnectionHasEnded)
+{
+   OpenPipe open;
+   EXPECT_FALSE(open.pipe.canRead());
+   open.service.write(open.client, "a");
+   EXPECT_TRUE(open.pipe.canRead());
+   EXPECT_EQ(open.read(100), "a");
+   EXPECT_FALSE(open.pipe.canRead());
+   open.client.close();
+   EXPECT_TRUE(open.pipe.canRead());
+}
+
 TEST(Pipe, ReadOfNothingReturnsAtOnce)
 {
    OpenPipe open;
