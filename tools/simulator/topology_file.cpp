@@ -1,7 +1,7 @@
 #include "tools/simulator/topology_file.h"
 
 #include "service/standin/terminal_uri.h"
-#include "tools/simulator/near_name.h"
+#include "tools/support/near_name.h"
 
 #include <nlohmann/json.hpp>
 #include <toml++/toml.h>
@@ -19,6 +19,7 @@ namespace zerova::simulator {
 
 namespace {
 
+using tools::nearName;
 using Names = std::vector<std::string>;
 
 constexpr std::int64_t kVersion = 1;
