@@ -12,17 +12,17 @@ namespace {
 
 // Calls the work, and tells what it throws.
 template <typename Work>
-int endOf(bool asJson, Work work)
+int endOf(Output& output, Work work)
 {
    try {
       return work();
    } catch (const Failure& failure) {
-      Output(asJson).failure(failure);
+      output.failure(failure);
       return failure.exitStatus;
    } catch (const ReaderGone&) {
       return kDone;
    } catch (const std::exception& error) {
-      Output(asJson).failure(Failure(kFailed, error.what()));
+      output.failure(Failure(kFailed, error.what()));
       return kFailed;
    }
 }
@@ -38,9 +38,9 @@ int run(const std::vector<std::string>& arguments)
       return kDone;
    }
    const Deadline deadline(invocation->timeout, invocation->asJson);
+   Output output(invocation->asJson);
    // Within the time too: standard error may be what hangs.
-   return endOf(invocation->asJson, [&invocation] {
-      Output output(invocation->asJson);
+   return endOf(output, [&] {
       Context context{output, invocation->target};
       const int status = invocation->run(context);
       output.flush();
@@ -57,5 +57,6 @@ int main(int argc, char** argv)
    using namespace zerovactl;
    beginProcess();
    const auto arguments = commandLine(argc, argv);
-   return endOf(asksForJson(arguments), [&arguments] { return run(arguments); });
+   Output output(asksForJson(arguments));
+   return endOf(output, [&arguments] { return run(arguments); });
 }

@@ -224,6 +224,12 @@ class Terminal(bench.Case):
                _, seen = bench.run_in_terminal("ping", "--host", service.host, **{name: value})
                self.assertTrue(seen.endswith(b"\nready\n"), seen)
 
+   def test_has_progress_taken_away_before_a_failure_is_told(self):
+      with bench.remote_service() as service:
+         status, seen = bench.run_in_terminal("terminals", "nope", "--host", service.host)
+      self.assertEqual(status, 1)
+      self.assertIn(b"\r\x1b[Kasking for the terminals of nope\r\x1b[Kzerovactl: ", seen)
+
    def test_that_takes_nothing_back_gets_no_progress(self):
       with bench.remote_service() as service:
          _, seen = bench.run_in_terminal("ping", "--count", "2", "--host", service.host, TERM="dumb")
