@@ -3,7 +3,7 @@
  *    route_tour [REMOTE_HOST [UNREACHABLE_HOST]]
  *
  * Needs a routing service on this machine and one on REMOTE_HOST (127.0.0.1 if it is not given)
- * that has the devices of the stand-in service. On UNREACHABLE_HOST nobody may listen. Ends with 0
+ * that has the devices of the laboratory. On UNREACHABLE_HOST nobody may listen. Ends with 0
  * if every step went as it should. */
 #include <zerovaapi.h>
 

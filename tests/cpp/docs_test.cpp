@@ -1,7 +1,7 @@
 // The programs of docs/cpp.md, as they stand there.
-#include "service/standin/refusal.h"
-#include "service/standin/routing_service.h"
+#include "service/routing_service.h"
 #include "support/program_outcome.h"
+#include "tools/simulator/error_codes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-using zerova::standin::RoutingService;
+using zerova::test::RoutingService;
 
 TEST(DocsCpp, FirstProgramListsRoutesAndIsRefused)
 {
@@ -24,7 +24,7 @@ TEST(DocsCpp, FirstProgramListsRoutesAndIsRefused)
    EXPECT_THAT(outcome.output, HasSubstr("timer1 /timer1/gate\n"));
    EXPECT_THAT(outcome.output, HasSubstr("route "));
    EXPECT_THAT(outcome.output,
-               HasSubstr(std::to_string(zerova::standin::kWrongRouteState.number) + " {"));
+               HasSubstr(std::to_string(zerova::simulator::kWrongRouteState.number) + " {"));
    EXPECT_EQ(service.routeCount(), 0u);
 }
 
@@ -48,7 +48,7 @@ TEST(DocsCpp, WordsOfARefusalAreGermanRows)
    const ProgramOutcome outcome = runProgram({WORDS, TEXTS_ROOT});
    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
    EXPECT_THAT(outcome.output,
-               StartsWith(std::to_string(zerova::standin::kWrongRouteState.number) + "\n   "));
+               StartsWith(std::to_string(zerova::simulator::kWrongRouteState.number) + "\n   "));
    EXPECT_THAT(outcome.output, HasSubstr("\n   Quellanschluss: /matrix1/ch0\n"));
    EXPECT_THAT(outcome.output, Not(HasSubstr("not found"))) << "there is no sentence of that code";
 }

@@ -1,8 +1,8 @@
 // The example in C++, on a service that keeps real routes.
 #include "service/loopback_address.h"
-#include "service/standin/refusal.h"
-#include "service/standin/routing_service.h"
+#include "service/routing_service.h"
 #include "support/program_outcome.h"
+#include "tools/simulator/error_codes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 namespace {
 
 using testing::HasSubstr;
-using zerova::standin::RoutingService;
+using zerova::test::RoutingService;
 
 TEST(ListAndRoute, ListsTerminalsMakesARouteAndTellsARefusalInGerman)
 {
@@ -22,9 +22,9 @@ TEST(ListAndRoute, ListsTerminalsMakesARouteAndTellsARefusalInGerman)
    EXPECT_THAT(outcome.output, HasSubstr("timer1\n"));
    EXPECT_THAT(outcome.output, HasSubstr("   /timer1/pulse, source\n"));
    EXPECT_THAT(outcome.output, HasSubstr("programmed, by way of timer1 digitizer3\n"));
-   EXPECT_THAT(
-      outcome.output,
-      HasSubstr("refused with " + std::to_string(zerova::standin::kWrongRouteState.number) + "\n"));
+   EXPECT_THAT(outcome.output,
+               HasSubstr("refused with " +
+                         std::to_string(zerova::simulator::kWrongRouteState.number) + "\n"));
    EXPECT_THAT(outcome.output, HasSubstr("   Quellanschluss: /matrix1/ch0\n"));
    EXPECT_EQ(service.routeCount(), 0u);
 }

@@ -1,12 +1,12 @@
 // Sessions on this machine.
-#include "service/standin/routing_service.h"
+#include "service/routing_service.h"
 #include "zerovaapi.hpp"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using zerova::standin::RoutingService;
+using zerova::test::RoutingService;
 using zerovaapi::Lifetime;
 using zerovaapi::RouteAttributes;
 using zerovaapi::Session;

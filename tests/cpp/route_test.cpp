@@ -1,9 +1,9 @@
 // What a Route does to its ticket, on a service that keeps real routes.
 #include "exports/peer_session.h"
 #include "service/loopback_address.h"
-#include "service/standin/refusal.h"
-#include "service/standin/routing_service.h"
+#include "service/routing_service.h"
 #include "service/wire_bytes.h"
+#include "tools/simulator/error_codes.h"
 #include "zerovaapi.hpp"
 
 #include <gmock/gmock.h>
@@ -19,7 +19,7 @@ namespace {
 using namespace zerova::test;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using zerova::standin::RoutingService;
+using zerova::test::RoutingService;
 using zerovaapi::Error;
 using zerovaapi::Lifetime;
 using zerovaapi::Route;
@@ -105,7 +105,7 @@ TEST_F(CppRoute, EndTellsWhatTheServiceRefuses)
    session.route(route.ticket()).end();
    Status status;
    route.end(status);
-   EXPECT_EQ(status.code(), zerova::standin::kUnknownTicket.number);
+   EXPECT_EQ(status.code(), zerova::simulator::kUnknownTicket.number);
    EXPECT_TRUE(route) << "it still holds the ticket";
    EXPECT_THROW(route.end(), Error);
 }
@@ -205,9 +205,9 @@ TEST_F(CppRoute, OfARefusedCalculationHoldsNothing)
    Status status;
    Route route = session.calculate("/matrix1/ch0", "/nowhere/x", status);
    EXPECT_FALSE(route);
-   EXPECT_EQ(status.code(), zerova::standin::kUnknownDevice.number);
+   EXPECT_EQ(status.code(), zerova::simulator::kUnknownDevice.number);
    route.reserve(status).program(status).unprogram(status).unreserve(status).end(status);
-   EXPECT_EQ(status.code(), zerova::standin::kUnknownDevice.number) << "the first failure stays";
+   EXPECT_EQ(status.code(), zerova::simulator::kUnknownDevice.number) << "the first failure stays";
 }
 
 TEST_F(CppRoute, RefusedStepIsThrownWithTheServicesText)
@@ -217,8 +217,8 @@ TEST_F(CppRoute, RefusedStepIsThrownWithTheServicesText)
       route.program();
       FAIL() << "it is not reserved";
    } catch (const Error& error) {
-      EXPECT_EQ(error.code(), zerova::standin::kWrongRouteState.number);
-      EXPECT_THAT(error.json(), HasSubstr(zerova::standin::kWrongRouteState.constant));
+      EXPECT_EQ(error.code(), zerova::simulator::kWrongRouteState.number);
+      EXPECT_THAT(error.json(), HasSubstr(zerova::simulator::kWrongRouteState.constant));
    }
 }
 

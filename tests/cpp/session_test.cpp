@@ -1,9 +1,9 @@
 // How a failure reaches a program, and what becomes of a session that is closed or moved from.
 #include "exports/peer_session.h"
 #include "service/loopback_address.h"
-#include "service/standin/refusal.h"
-#include "service/standin/routing_service.h"
+#include "service/routing_service.h"
 #include "service/wire_bytes.h"
+#include "tools/simulator/error_codes.h"
 #include "zerovaapi.hpp"
 
 #include <gmock/gmock.h>
@@ -224,7 +224,7 @@ TEST(CppWrongUse, CallOnASessionThatWasMovedFromFails)
 TEST(CppWrongUse, AssignedSessionClosesTheOneThatItHeld)
 {
    LoopbackAddress address;
-   const zerova::standin::RoutingService service({.address = address.text(), .locatorPort = 3580});
+   const zerova::test::RoutingService service({.address = address.text(), .locatorPort = 3580});
    Session session = Session::remote(address.text());
    EXPECT_TRUE(session);
    session = Session::remote(address.text());

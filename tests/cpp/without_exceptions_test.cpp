@@ -2,9 +2,9 @@
 #include "cpp/without_exceptions.h"
 #include "exports/peer_session.h"
 #include "service/loopback_address.h"
-#include "service/standin/refusal.h"
-#include "service/standin/routing_service.h"
+#include "service/routing_service.h"
 #include "service/wire_bytes.h"
+#include "tools/simulator/error_codes.h"
 #include "zerovaapi.hpp"
 
 #include <gmock/gmock.h>
@@ -21,7 +21,7 @@ class WithoutExceptions : public testing::Test
 {
 protected:
    LoopbackAddress address;
-   zerova::standin::RoutingService service{{.address = address.text(), .locatorPort = 3580}};
+   zerova::test::RoutingService service{{.address = address.text(), .locatorPort = 3580}};
 };
 
 TEST_F(WithoutExceptions, RouteIsMadeAndEnded)
@@ -37,8 +37,8 @@ TEST_F(WithoutExceptions, RefusalIsToldAndEndsTheChain)
 {
    const Told told = routeWithoutExceptions(address.text(), "/matrix1/ch0", "/nowhere/x");
    EXPECT_TRUE(told.failed);
-   EXPECT_EQ(told.code, zerova::standin::kUnknownDevice.number);
-   EXPECT_THAT(told.json, HasSubstr(zerova::standin::kUnknownDevice.constant));
+   EXPECT_EQ(told.code, zerova::simulator::kUnknownDevice.number);
+   EXPECT_THAT(told.json, HasSubstr(zerova::simulator::kUnknownDevice.constant));
 }
 
 TEST_F(WithoutExceptions, PartsWithExceptionsThrowAllTheSame)

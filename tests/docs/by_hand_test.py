@@ -1,6 +1,6 @@
 """examples/by_hand.py, the binding that the chapter on other languages shows: it keeps the contract of resize.
 
-by_hand_test.py LIBRARY STANDIN: the built ones.
+by_hand_test.py LIBRARY SIMULATOR: the built ones.
 """
 
 import ctypes
@@ -13,7 +13,8 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 EXAMPLE = ROOT / "examples" / "by_hand.py"
-LIBRARY, STANDIN = sys.argv[1:3]
+LABORATORY = ROOT / "examples" / "benches" / "laboratory.toml"
+LIBRARY, SIMULATOR = sys.argv[1:3]
 os.environ["ZEROVAAPI"] = LIBRARY
 sys.path.insert(0, str(EXAMPLE.parent))
 import by_hand  # noqa: E402
@@ -70,7 +71,7 @@ class Program(unittest.TestCase):
       return subprocess.run([sys.executable, "-B", EXAMPLE, *hosts], capture_output=True, text=True, check=False)
 
    def test_it_lists_the_devices_and_shows_the_refusal(self):
-      with subprocess.Popen([STANDIN, "--no-local", "--address", "own"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+      with subprocess.Popen([SIMULATOR, LABORATORY, "--no-local", "--tcp", "own"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                             text=True) as service:
          address = re.search(r"tcp ([\d.]+):", service.stdout.readline())[1]
          told = self.run_on(address)

@@ -41,7 +41,7 @@ Script refusingEachCall(int32_t code)
    });
 }
 
-// A terminal with the attributes that all terminals of the stand-in service have, or with none.
+// A terminal with the attributes that all terminals of the laboratory have, or with none.
 std::string terminalMap(bool complete)
 {
    WireBytes map;

@@ -7,7 +7,7 @@
 namespace {
 
 using namespace zerova::test;
-using zerova::standin::RoutingService;
+using zerova::test::RoutingService;
 
 class LocalService : public testing::Test
 {
@@ -68,7 +68,7 @@ TEST_F(LocalService, ReleasesImmediateRoutesInEachOfTheFourWays)
 TEST_F(LocalService, RefusesToDestroyAnImmediateRouteThatIsNotThere)
 {
    zerovaapi_destroyImmediateRoute(session_, "/matrix1/ch0", "/matrix1/ch1", status_);
-   EXPECT_EQ(status_.code(), zerova::standin::kNoImmediateRoute.number);
+   EXPECT_EQ(status_.code(), zerova::simulator::kNoImmediateRoute.number);
 }
 
 } // namespace

@@ -150,8 +150,8 @@ TEST_F(RemoteService, RefusesWithItsOwnCodeAndTextUnchanged)
 {
    const int32_t ticket = calculate();
    zerovaapi_programRoute(session_, ticket, status_);
-   EXPECT_EQ(status_.code(), zerova::standin::kWrongRouteState.number);
-   EXPECT_THAT(status_.json(), AllOf(HasSubstr(R"("component":"zerova_service_standin")"),
+   EXPECT_EQ(status_.code(), zerova::simulator::kWrongRouteState.number);
+   EXPECT_THAT(status_.json(), AllOf(HasSubstr(R"("component":"zerova-simulator")"),
                                      HasSubstr(R"("translator_info":{"ordered_data":[)"),
                                      Not(HasSubstr("zerovaapi"))));
 }
@@ -159,7 +159,7 @@ TEST_F(RemoteService, RefusesWithItsOwnCodeAndTextUnchanged)
 TEST_F(RemoteService, GoesOnAfterARefusal)
 {
    zerovaapi_reserveRoute(session_, -77, status_);
-   EXPECT_EQ(status_.code(), zerova::standin::kUnknownTicket.number);
+   EXPECT_EQ(status_.code(), zerova::simulator::kUnknownTicket.number);
    EXPECT_THAT(status_.json(), HasSubstr(R"("ticket":-77)"));
    status_.clear();
    zerovaapi_reserveRoute(session_, calculate(), status_);
@@ -169,7 +169,7 @@ TEST_F(RemoteService, GoesOnAfterARefusal)
 TEST_F(RemoteService, RefusalReadsAsWordsInTheUsersLanguage)
 {
    zerovaapi_calculateRoute(session_, "/matrix1/ch0", "/timer1/gate", nullptr, status_);
-   ASSERT_EQ(status_.code(), zerova::standin::kRouteNotPossible.number);
+   ASSERT_EQ(status_.code(), zerova::simulator::kRouteNotPossible.number);
    EXPECT_THAT(
       inGerman(status_->json),
       AllOf(HasSubstr("Quellanschluss"), HasSubstr("/matrix1/ch0"), HasSubstr("/timer1/gate")));
@@ -193,7 +193,7 @@ TEST_F(RemoteService, ChangeNumberTellsOfADeviceReset)
    zerovaapi_completeDeviceReset(session_, "timer1", status_);
    EXPECT_EQ(status_.code(), 0) << status_.json();
    zerovaapi_completeDeviceReset(session_, "timer1", status_);
-   EXPECT_EQ(status_.code(), zerova::standin::kNoResetInitiated.number);
+   EXPECT_EQ(status_.code(), zerova::simulator::kNoResetInitiated.number);
 }
 
 TEST_F(RemoteService, StoppedServiceFailsEachCallAndANewSessionFindsTheNextOne)
@@ -240,7 +240,7 @@ TEST_F(RemoteService, ThreadsWithSessionsAndTranslatorsOfTheirOwnRunAtOnce)
          const ServiceSession session(address_.text()); // resolves the host, twice
          CheckedStatus status;
          zerovaapi_calculateRoute(session, terminal.c_str(), "/timer1/gate", nullptr, status);
-         EXPECT_EQ(status.code(), zerova::standin::kRouteNotPossible.number) << status.json();
+         EXPECT_EQ(status.code(), zerova::simulator::kRouteNotPossible.number) << status.json();
          EXPECT_THAT(inGerman(status->json), HasSubstr(terminal));
       }
    };

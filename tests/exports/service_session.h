@@ -1,11 +1,11 @@
-// Sessions of the library on a stand-in service.
+// Sessions of the library on the simulator.
 #ifndef TESTS_EXPORTS_SERVICE_SESSION_H
 #define TESTS_EXPORTS_SERVICE_SESSION_H
 
 #include "service/checked_status.h"
 #include "service/loopback_address.h"
-#include "service/standin/refusal.h"
-#include "service/standin/routing_service.h"
+#include "service/routing_service.h"
+#include "tools/simulator/error_codes.h"
 #include "zerovaapi.h"
 
 #include <gtest/gtest.h>
@@ -62,8 +62,8 @@ protected:
    void startService() { service_.emplace(options_); }
 
    LoopbackAddress address_;
-   const standin::ServiceOptions options_ = {.address = address_.text(), .locatorPort = 3580};
-   std::optional<standin::RoutingService> service_{options_};
+   const RoutingServiceOptions options_ = {.address = address_.text(), .locatorPort = 3580};
+   std::optional<RoutingService> service_{options_};
    ServiceSession session_{address_.text()};
    CheckedStatus status_;
 };

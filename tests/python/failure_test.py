@@ -6,7 +6,7 @@ import threading
 import unittest
 import warnings
 
-from services import PATIENCE, Peer, StandIn, answer, python, refusal, texts
+from services import PATIENCE, Peer, Simulator, answer, python, refusal, texts
 from zerovaapi import (BusyError, ClosedError, ConnectionLost, InternalError, OutOfMemory, ServiceError, Session,
                        TextError, Unreachable, UsageError)
 
@@ -113,7 +113,7 @@ class LostConnections(unittest.TestCase):
       with self.assertRaises(Unreachable):
          caught.exception.reconnect()
       self.assertTrue(session.closed)
-      with StandIn():
+      with Simulator():
          self.assertTrue(session.reconnect().devices())
          session.close()
 
@@ -205,7 +205,7 @@ session.close()
 
 class Interpreters(unittest.TestCase):
    def test_that_end_with_a_session_open_end_well(self):
-      with StandIn():
+      with Simulator():
          status, output, errors = python("import zerovaapi; session = zerovaapi.Session(); print(len(session.devices()))",
                                          options=["-Xdev"])
       self.assertEqual((status, output), (0, "5\n"))

@@ -1,4 +1,4 @@
-"""The package against the stand-in service: every function of the library in its Python form."""
+"""The package against the simulator: every function of the library in its Python form."""
 
 import ctypes
 import gc
@@ -8,7 +8,7 @@ import unittest
 import warnings
 
 import zerovaapi
-from services import ROOT, StandIn, python
+from services import ROOT, Simulator, python
 from zerovaapi import (ClosedError, Lifetime, RangeError, RouteAttributes, ServiceError, Session, State, TextError,
                        Unsupported, UsageError)
 
@@ -18,7 +18,7 @@ FROM, TO = "/timer1/pulse", "/digitizer3/start"
 class ServiceTest(unittest.TestCase):
    @classmethod
    def setUpClass(cls):
-      cls.service = StandIn().__enter__()
+      cls.service = Simulator().__enter__()
       cls.addClassCleanup(cls.service.__exit__)
 
    def session(self, **options):

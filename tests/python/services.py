@@ -17,12 +17,13 @@ LIBRARY = BUILD / "libzerovaapi.so"
 PATIENCE = 60
 
 
-class StandIn:
-   """The stand-in service, on the local endpoints of the build and on an address of its own."""
+class Simulator:
+   """The simulator with the bench of the laboratory, on the local endpoints of the build and on an address of its own."""
 
    def __enter__(self):
-      program = BUILD / "tests/service/zerova_service_standin"
-      self._process = subprocess.Popen([program, "--address", "own"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+      program = BUILD / "tools/simulator/zerova-simulator"
+      bench = ROOT / "examples/benches/laboratory.toml"
+      self._process = subprocess.Popen([program, bench, "--tcp", "own"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                        text=True)
       ready = self._process.stdout.readline()
       found = re.search(r"tcp ([0-9.]+):", ready)

@@ -8,7 +8,7 @@ import sys
 import unittest
 import zipfile
 
-from services import BUILD, ROOT, StandIn, scratch
+from services import BUILD, ROOT, Simulator, scratch
 
 sys.path.insert(0, str(ROOT / "tests/exports"))
 import check_library  # noqa: E402  pylint: disable=wrong-import-position
@@ -53,7 +53,7 @@ class Wheel(unittest.TestCase):
 
    def test_works_in_an_environment_without_anything_else(self):
       python = self.environment(self.wheel)
-      with StandIn():
+      with Simulator():
          path, devices, sentence = must(python, "-I", "-W", "error", "-c", USE).split(maxsplit=2)
       self.assertEqual(pathlib.Path(path).relative_to(python.parents[1]).name, "libzerovaapi.so.1")
       self.assertEqual(devices, "5")
@@ -63,7 +63,7 @@ class Wheel(unittest.TestCase):
       wheel = self.make("pure")
       self.assertTrue(wheel.name.endswith("-py3-none-any.whl"))
       python = self.environment(wheel)
-      with StandIn():
+      with Simulator():
          named = str(BUILD / "libzerovaapi.so")
          self.assertEqual(must(python, "-c", USE, ZEROVAAPI_LIBRARY=named).split()[:2], [named, "5"])
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What the stand-in service promises as a program, and the script that runs the demo.
+# What the simulator promises as a program on every system, and the script that runs the demo.
 #
 #    programs_test.sh BUILD_DIR [EMULATOR]
 #
@@ -9,10 +9,11 @@ set -uo pipefail
 build=$1
 here=$(cd "$(dirname "$0")" && pwd)
 emulator=("${@:2}")
+bench=$here/../../examples/benches/laboratory.toml
 if [ ${#emulator[@]} -eq 0 ]; then
-   service=("$build/tests/service/zerova_service_standin")
+   service=("$build/tools/simulator/zerova-simulator")
 else
-   service=("${emulator[@]}" "$build/zerova_service_standin.exe")
+   service=("${emulator[@]}" "$build/zerova-simulator.exe")
 fi
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
@@ -29,7 +30,7 @@ expect()
    fi
 }
 
-# run INPUT ARGUMENT...: runs the service with INPUT as its standard input; sets code, out and err.
+# run INPUT ARGUMENT...: runs the simulator with INPUT as its standard input; sets code, out and err.
 run()
 {
    local input=$1
@@ -42,39 +43,42 @@ run()
 
 run "" --help
 expect "help ends well" 0 "$code"
-expect "help goes to standard output" "Usage: zerova_service_standin [OPTION]..." "${out%%$'\n'*}"
+expect "help goes to standard output" "Usage: zerova-simulator [OPTIONS] [FILE] [SUBCOMMAND]" "$(grep '^Usage' <<<"$out")"
 
-run "" --nothing
+run "" check "$bench"
+expect "a good file is summed up" "5 devices, 20 terminals, 5 lines, 0 rules, 0 faults" "${out##*toml: }"
+
+run "" "$bench" --nothing
 expect "an unknown option is a wrong use" 2 "$code"
-expect "an unknown option is named" "zerova_service_standin: unknown option --nothing; --help lists the known ones" "$err"
+expect "an unknown option is named" yes "$(grep -q -e --nothing <<<"$err" && echo yes)"
 
-run "" --port
+run "" "$bench" --tcp own --port
 expect "a missing value is a wrong use" 2 "$code"
-expect "a missing value is named" "zerova_service_standin: --port wants a value" "$err"
+expect "a missing value is named" yes "$(grep -q -e --port <<<"$err" && echo yes)"
 
-run "" --port 65536
+run "" "$bench" --tcp own --port 65536
 expect "a port that is none is a wrong use" 2 "$code"
 
-run "" --address 192.0.2.1 --no-local
-expect "an address that others can reach is refused" 1 "$code"
+run "" "$bench" --tcp 192.0.2.1 --no-local
+expect "an address that others can reach is refused" 3 "$code"
 
 run "lines that nobody reads
-" --address own --endpoint-dir "$folder/run"
+" "$bench" --tcp own --endpoint-dir "$folder/run"
 expect "the end of the input ends the service well" 0 "$code"
 expect "the sockets and their folder are gone then" "" "$(ls "$folder" | grep -x run)"
 expect "the ready line names all endpoints" "ready  local $folder/run  tcp ADDRESS  locator ADDRESS:3580" \
    "$(sed -E 's/tcp 127[0-9.]+:[0-9]+/tcp ADDRESS/; s/127[0-9.]+:3580/ADDRESS:3580/' <<<"$out")"
 
-run "" --no-tcp --endpoint-dir "$folder/run"
+run "" "$bench" --endpoint-dir "$folder/run"
 expect "local endpoints alone can be had" "ready  local $folder/run" "$out"
 
-run "" --no-local --no-locator --address own
+run "" "$bench" --no-local --no-locator --tcp own
 expect "TCP alone can be had" "ready  tcp ADDRESS" "$(sed -E 's/127[0-9.]+:[0-9]+/ADDRESS/' <<<"$out")"
 
 # start: runs a service with its endpoints under $folder/run until its input is closed or it is told.
 start()
 {
-   coproc SERVICE { exec "${service[@]}" --address own --endpoint-dir "$folder/run" 2>"$folder/err"; }
+   coproc SERVICE { exec "${service[@]}" "$bench" --tcp own --endpoint-dir "$folder/run" 2>"$folder/err"; }
    pid=$!
    exec {input}>&"${SERVICE[1]}" {output}<&"${SERVICE[0]}"
    read -r ready <&"$output"
@@ -83,51 +87,51 @@ start()
 if [ ${#emulator[@]} -ne 0 ]; then
    start
    expect "a service tells that it is ready" "ready  local" "${ready:0:12}"
-   run "" --no-tcp --endpoint-dir "$folder/run"
-   expect "a second service is refused" 1 "$code"
+   run "" "$bench" --endpoint-dir "$folder/run"
+   expect "a second service is refused" 3 "$code"
    expect "the second says why" "another process serves the endpoint" "$(grep -o 'another .* endpoint' <<<"$err")"
    service_input=${SERVICE[1]}
    exec {input}>&- {output}<&- {service_input}>&-
    wait "$pid"
    expect "the end of its input ends the first well" 0 $?
-   run "" --no-tcp --endpoint-dir "$folder/run"
+   run "" "$bench" --endpoint-dir "$folder/run"
    expect "the endpoints are free then" 0 "$code"
    echo
    [ "$failures" -eq 0 ] || { echo "$failures failed"; exit 1; }
    exit 0
 fi
 
-for signal in TERM INT; do
+for signal in TERM:0 INT:130; do
    start
    expect "the local endpoints are there" "com.zerova com.zerova.immediate" "$(ls "$folder/run" | xargs)"
-   run "" --no-tcp --endpoint-dir "$folder/run"
-   expect "a second service is refused" 1 "$code"
+   run "" "$bench" --endpoint-dir "$folder/run"
+   expect "a second service is refused" 3 "$code"
    expect "the second says why" \
-      "zerova_service_standin: another process serves the endpoint $folder/run/com.zerova" "$err"
+      "zerova-simulator: another process serves the endpoint $folder/run/com.zerova" "$err"
    expect "the first keeps its endpoints" "com.zerova com.zerova.immediate" "$(ls "$folder/run" | xargs)"
-   kill "-$signal" "$pid"
+   kill "-${signal%:*}" "$pid"
    wait "$pid"
-   expect "SIG$signal ends the service well" 0 $?
-   expect "the sockets are gone after SIG$signal" "" "$(ls "$folder" | grep -x run)"
+   expect "SIG${signal%:*} ends the service with ${signal#*:}" "${signal#*:}" $?
+   expect "the sockets are gone after SIG${signal%:*}" "" "$(ls "$folder" | grep -x run)"
    exec {input}>&- {output}<&-
 done
 
 # As a script starts it: in the background, with an input that ends at once.
 mkfifo "$folder/stays"
-"${service[@]}" --no-tcp --endpoint-dir "$folder/run" --stay </dev/null >"$folder/stays" &
+"${service[@]}" "$bench" --endpoint-dir "$folder/run" --stay </dev/null >"$folder/stays" &
 pid=$!
 read -r ready <"$folder/stays"
 # A second one comes after whatever the first does at the end of its input.
-run "" --no-tcp --endpoint-dir "$folder/run"
-expect "a service that stays outlives its input" 1 "$code"
+run "" "$bench" --endpoint-dir "$folder/run"
+expect "a service that stays outlives its input" 3 "$code"
 kill -TERM "$pid"
 wait "$pid"
 expect "one that stays ends by a signal" 0 $?
 expect "its sockets are gone then" "" "$(ls "$folder" | grep -x run)"
 
 # A build folder with the real service and a tour of our own.
-mkdir -p "$folder/build/tests" "$folder/build/examples"
-ln -s "$build/tests/service" "$folder/build/tests/service"
+mkdir -p "$folder/build/tools" "$folder/build/examples"
+ln -s "$build/tools/simulator" "$folder/build/tools/simulator"
 tour=$folder/build/examples/route_tour
 printf '#!/bin/sh\necho "tour of $1"\nexit 7\n' >"$tour"
 chmod +x "$tour"

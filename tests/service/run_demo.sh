@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Starts the stand-in service, takes the tour of the library against it and ends everything again.
+# Starts the simulator with the bench of the laboratory, takes the tour of the library against it and ends everything again.
 #
 #    run_demo.sh BUILD_DIR [PROGRAM [EMULATOR]]
 #
@@ -13,11 +13,12 @@ if [ $# -lt 1 ] || [ $# -gt 3 ]; then
    exit 2
 fi
 emulator=(${3:+"$3"})
+bench=$(cd "$(dirname "$0")/../.." && pwd)/examples/benches/laboratory.toml
 if [ ${#emulator[@]} -eq 0 ]; then
-   service=$1/tests/service/zerova_service_standin
+   service=$1/tools/simulator/zerova-simulator
    tour=$1/examples/${2:-route_tour}
 else
-   service=$1/zerova_service_standin.exe
+   service=$1/zerova-simulator.exe
    tour=$1/${2:-route_tour}.exe
 fi
 for program in "$service" "$tour"; do
@@ -36,7 +37,7 @@ fail()
 }
 
 # The service ends when its input does, so it cannot outlive this script, however that ends.
-coproc SERVICE { exec "${emulator[@]}" "$service" --address own; }
+coproc SERVICE { exec "${emulator[@]}" "$service" "$bench" --tcp own; }
 service_pid=$!
 # Bash forgets the pipes of a service that has ended already.
 input=${SERVICE[1]:-}
@@ -62,7 +63,7 @@ trap 'exit 143' TERM
 ready=${ready%$'\r'}
 [[ $ready =~ tcp\ ([0-9.]+): ]] || fail "the service is ready without TCP: $ready"
 address=${BASH_REMATCH[1]}
-echo "The stand-in service is $ready"
+echo "The simulator is $ready"
 
 # In the background, so that a signal to this script need not wait for it.
 "${emulator[@]}" "$tour" "$address" &

@@ -1,7 +1,7 @@
 #include "tools/simulator/bench.h"
 
-#include "service/standin/terminal_uri.h"
 #include "tools/simulator/refusal.h"
+#include "tools/simulator/terminal_uri.h"
 
 #include <algorithm>
 #include <utility>
@@ -18,7 +18,7 @@ const char* nameOf(RouteState::type state)
 void requireResetType(const std::string& type)
 {
    if (type == "disconnect" || type == "tristate") return;
-   throw Refusal(standin::kUnknownResetType)
+   throw Refusal(kUnknownResetType)
       .row("kUsageTypeValue", type)
       .row("kUsageTypePossibleValues", {"disconnect", "tristate"})
       .status();
@@ -52,9 +52,9 @@ Bench::Bench(Topology topology)
 {
    for (std::size_t i = 0; i < topology_.devices.size(); ++i) {
       const Device& device = topology_.devices[i];
-      devices_.emplace(standin::foldedDeviceName(device.name), i);
+      devices_.emplace(foldedDeviceName(device.name), i);
       for (const std::string& alias : device.aliases)
-         devices_.emplace(standin::foldedDeviceName(alias), i);
+         devices_.emplace(foldedDeviceName(alias), i);
       for (std::size_t j = 0; j < device.terminals.size(); ++j)
          nodes_[i].emplace(device.terminals[j].name, search_.nodeOf({i, j}));
    }
@@ -123,7 +123,10 @@ const Bench::Route& Bench::find(Ticket ticket) const
 {
    const auto found = routes_.find(ticket);
    if (found == routes_.end())
-      throw Refusal(standin::kUnknownTicket).row("kUsageTypeZerovaRouteTicket", ticket).status();
+      throw Refusal(kUnknownTicket)
+         .member("ticket", ticket)
+         .row("kUsageTypeZerovaRouteTicket", ticket)
+         .status();
    return found->second;
 }
 
@@ -151,7 +154,8 @@ void Bench::step(Ticket ticket, const char* name, RouteState::type from, RouteSt
 {
    Route& route = find(ticket);
    if (route.state != from)
-      throw Refusal(standin::kWrongRouteState)
+      throw Refusal(kWrongRouteState)
+         .member("ticket", ticket)
          .member("step", name)
          .member("route_state", nameOf(route.state))
          .member("needed_route_state", nameOf(from))
@@ -162,7 +166,7 @@ void Bench::step(Ticket ticket, const char* name, RouteState::type from, RouteSt
    if (to > from)
       for (const auto& reset : resets_)
          if (route.isInside(reset.first))
-            throw Refusal(standin::kDeviceInReset)
+            throw Refusal(kDeviceInReset)
                .row("kUsageTypeDevice", device(reset.first).name)
                .status();
    if (from == RouteState::CALCULATED && to == RouteState::RESERVED) requireFree(route);
@@ -225,7 +229,7 @@ void Bench::requireFree(const Route& route) const
 ThriftStatus Bench::inUse(Node node, std::size_t device, Ticket holder) const
 {
    const Route& other = find(holder);
-   return Refusal(search_.isLine(node) ? standin::kLineInUse : standin::kTerminalInUse)
+   return Refusal(search_.isLine(node) ? kLineInUse : kTerminalInUse)
       .member("conflicting_ticket", holder)
       .member("conflicting_owner", other.owner)
       .row("kUsageTypeDevice", this->device(device).name)
@@ -253,7 +257,8 @@ void Bench::destroyRoute(Ticket ticket)
 {
    const Route& route = find(ticket);
    if (route.lifetime == RouteLifetime::IMMEDIATE)
-      throw Refusal(standin::kRouteIsImmediate)
+      throw Refusal(kRouteIsImmediate)
+         .member("ticket", ticket)
          .row("kUsageTypeZerovaRouteTicket", ticket)
          .row("kUsageTypeSourceTerminal", uriOf(route.source))
          .row("kUsageTypeDestinationTerminal", uriOf(route.destination))
@@ -292,7 +297,7 @@ void Bench::destroyImmediateRoute(const std::string& source, const std::string& 
    const Node to = nodeFrom(destination);
    const auto isMeant = [&](const Route& r) { return r.source == from && r.destination == to; };
    if (destroyImmediateWhere(isMeant) > 0) return;
-   throw Refusal(standin::kNoImmediateRoute)
+   throw Refusal(kNoImmediateRoute)
       .row("kUsageTypeSourceTerminal", uriOf(from))
       .row("kUsageTypeDestinationTerminal", uriOf(to))
       .status();
@@ -346,7 +351,7 @@ void Bench::initiateDeviceReset(ConnectionId connection, const std::string& name
 {
    const std::size_t index = deviceNamed(name);
    if (!resets_.emplace(index, connection).second)
-      throw Refusal(standin::kDeviceInReset).row("kUsageTypeDevice", device(index).name).status();
+      throw Refusal(kDeviceInReset).row("kUsageTypeDevice", device(index).name).status();
    disconnect([&](const Route& route) { return route.isInside(index); });
    ++changeNumber_;
 }
@@ -355,9 +360,7 @@ void Bench::completeDeviceReset(const std::string& name)
 {
    const std::size_t index = deviceNamed(name);
    if (resets_.erase(index) == 0)
-      throw Refusal(standin::kNoResetInitiated)
-         .row("kUsageTypeDevice", device(index).name)
-         .status();
+      throw Refusal(kNoResetInitiated).row("kUsageTypeDevice", device(index).name).status();
    ++changeNumber_;
 }
 

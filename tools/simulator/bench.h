@@ -116,7 +116,9 @@ private:
    bool isInReset(std::size_t device) const { return resets_.contains(device); }
 
    Way planWay(Node source, Node destination, const RouteAttributes& attributes);
-   WayDemands demandsOf(Node source, Node destination, const RouteAttributes& attributes) const;
+   WayDemands demandsOf(Node source, Node destination, const RouteAttributes& attributes);
+   std::vector<std::string> possibleLines(Node source, Node destination);
+   const RouteRule* ruleFor(Node source, Node destination) const;
    [[noreturn]] void refuseWay(const Place& source, const Place& destination,
                                const WayDemands& demands, const RouteAttributes& attributes);
    Attributes terminalAttributes(const Place& place) const;
@@ -143,6 +145,7 @@ private:
    void disconnect(const Selection& selection);
    void resetTerminalNow(Node node, const std::string& type);
    Attributes attributesOf(Node node, std::size_t device) const;
+   std::optional<std::size_t> otherDeviceOn(Node node, std::size_t device) const;
 
    const Topology topology_;
    RouteSearch search_;

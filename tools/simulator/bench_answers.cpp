@@ -2,15 +2,12 @@
 #include "tools/simulator/bench.h"
 #include "tools/simulator/refusal.h"
 
-#include "service/standin/terminal_uri.h"
+#include "tools/simulator/terminal_uri.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace zerova::simulator {
-
-using standin::foldedDeviceName;
-using standin::parseTerminalUri;
 
 std::size_t Bench::deviceNamed(const std::string& name) const
 {
@@ -19,7 +16,7 @@ std::size_t Bench::deviceNamed(const std::string& name) const
    std::vector<std::string> names;
    for (const Device& device : topology_.devices)
       names.push_back(device.name);
-   throw Refusal(standin::kUnknownDevice)
+   throw Refusal(kUnknownDevice)
       .row("kUsageTypeDevice", name)
       .row("kUsageTypePossibleValues", names)
       .status();
@@ -28,11 +25,11 @@ std::size_t Bench::deviceNamed(const std::string& name) const
 Node Bench::nodeFrom(const std::string& text) const
 {
    const auto uri = parseTerminalUri(text);
-   if (!uri) throw Refusal(standin::kMalformedUri).row("kUsageTypeTerminalString", text).status();
+   if (!uri) throw Refusal(kMalformedUri).row("kUsageTypeTerminalString", text).status();
    const std::size_t owner = deviceNamed(uri->device);
    const auto node = nodes_[owner].find(uri->terminal);
    if (node != nodes_[owner].end()) return node->second;
-   throw Refusal(standin::kUnknownTerminal)
+   throw Refusal(kUnknownTerminal)
       .row("kUsageTypeDevice", device(owner).name)
       .row("kUsageTypeTerminalString", text)
       .status();
@@ -54,7 +51,7 @@ std::string Bench::uriOf(Node terminal) const
 std::string Bench::normalForm(const std::string& text) const
 {
    auto uri = parseTerminalUri(text);
-   if (!uri) throw Refusal(standin::kMalformedUri).row("kUsageTypeTerminalString", text).status();
+   if (!uri) throw Refusal(kMalformedUri).row("kUsageTypeTerminalString", text).status();
    const auto found = devices_.find(foldedDeviceName(uri->device));
    uri->device =
       found == devices_.end() ? foldedDeviceName(uri->device) : device(found->second).name;
@@ -65,6 +62,7 @@ Attributes Bench::attributesOf(Node node, std::size_t device) const
 {
    Attributes attributes;
    if (search_.isLine(node)) {
+      attributes = topology_.lines[search_.lineOf(node)].attributes;
       attributes["Name"] = textAttribute(uriOf(node, device));
       attributes["Kind"] = textAttribute(topology_.lines[search_.lineOf(node)].kind);
       attributes["IsSource"] = boolAttribute(false);
@@ -79,6 +77,15 @@ Attributes Bench::attributesOf(Node node, std::size_t device) const
    const std::string& owner = find(tickets.front()).owner;
    if (!owner.empty()) attributes["Owner"] = textAttribute(owner);
    return attributes;
+}
+
+// A line that leads out of a device and back into it leads through the next device that it joins.
+std::optional<std::size_t> Bench::otherDeviceOn(Node node, std::size_t device) const
+{
+   if (!search_.isLine(node)) return std::nullopt;
+   for (const std::size_t other : topology_.lines[search_.lineOf(node)].devices)
+      if (other != device) return other;
+   return std::nullopt;
 }
 
 std::vector<DeviceInfo> Bench::routeInfo(Ticket ticket) const
@@ -101,11 +108,19 @@ std::vector<DeviceInfo> Bench::routeInfo(Ticket ticket) const
       add(route.source, device);
       return devices;
    }
+   const auto enter = [&](std::size_t device) {
+      devices.emplace_back().__set_deviceName(this->device(device).name);
+   };
    for (std::size_t i = 0; i < route.way.devices.size(); ++i) {
       const std::size_t device = route.way.devices[i];
+      const Node node = route.way.nodes[i];
       if (i == 0 || device != route.way.devices[i - 1]) {
-         devices.emplace_back().__set_deviceName(this->device(device).name);
-         add(route.way.nodes[i], device);
+         enter(device);
+         add(node, device);
+      } else if (const auto other = otherDeviceOn(node, device)) {
+         enter(*other);
+         add(node, *other);
+         enter(device);
       }
       add(route.way.nodes[i + 1], device);
    }

@@ -2,8 +2,6 @@
 #include "tools/simulator/bench.h"
 #include "tools/simulator/refusal.h"
 
-#include "service/standin/inventory.h"
-
 #include <algorithm>
 
 namespace zerova::simulator {
@@ -29,18 +27,21 @@ ThriftStatus unknownName(const ErrorCode& code, const std::string& name, const N
 // The name that a refusal gives for an attribute: its number if it has one that drivers know.
 Refusal& addName(Refusal& refusal, const std::string& name)
 {
-   if (const std::int32_t number = standin::attributeNumber(name))
+   if (const std::int32_t number = attributeNumber(name))
       return refusal.row("kUsageTypeAttributeId", number);
    return refusal.row("kUsageTypeProperty", name);
 }
 
 ThriftStatus notMet(const std::string& source, const std::string& destination,
-                    const std::string& name, const Attribute& wanted)
+                    const std::string& name, const Attribute& wanted, const Names& possible)
 {
-   Refusal refusal(standin::kConstraintNotMet);
+   Refusal refusal(kConstraintNotMet);
    refusal.row("kUsageTypeSourceTerminal", source)
       .row("kUsageTypeDestinationTerminal", destination);
-   return addName(refusal, name).row("kUsageTypeValue", shown(wanted)).status();
+   return addName(refusal, name)
+      .row("kUsageTypeValue", shown(wanted))
+      .row("kUsageTypePossibleValues", possible)
+      .status();
 }
 
 } // namespace
@@ -67,10 +68,10 @@ void Bench::requireTerminalValues(const Place& place, const Attributes& constrai
          Names known;
          for (const auto& attribute : attributes)
             known.push_back(attribute.first);
-         throw unknownName(standin::kUnknownConstraint, name, known);
+         throw unknownName(kUnknownConstraint, name, known);
       }
       if (isSameValue(*found, wanted)) continue;
-      Refusal refusal(standin::kConstraintNotMet);
+      Refusal refusal(kConstraintNotMet);
       refusal.row("kUsageTypeDevice", device(place.device).name)
          .row("kUsageTypeTerminalString", topology_.uri(place));
       throw addName(refusal, name)
@@ -92,7 +93,7 @@ Attributes Bench::requiredModifiers(std::size_t index, const Attributes& wanted)
             for (const Modifier& modifier : one.modifiers)
                if (std::ranges::find(known, modifier.name) == known.end())
                   known.push_back(modifier.name);
-         throw unknownName(standin::kUnknownModifier, name, known);
+         throw unknownName(kUnknownModifier, name, known);
       }
       const Modifier* modifier = device(index).findModifier(name);
       if (modifier && modifier->allows(value)) continue;
@@ -103,7 +104,7 @@ Attributes Bench::requiredModifiers(std::size_t index, const Attributes& wanted)
       else
          for (const Modifier& other : device(index).modifiers)
             possible.push_back(other.name);
-      Refusal refusal(standin::kModifierNotPossible);
+      Refusal refusal(kModifierNotPossible);
       refusal.row("kUsageTypeDevice", device(index).name);
       throw addName(refusal, name)
          .row("kUsageTypeValue", shown(value))
@@ -113,29 +114,64 @@ Attributes Bench::requiredModifiers(std::size_t index, const Attributes& wanted)
    return wanted;
 }
 
-WayDemands Bench::demandsOf(Node source, Node destination, const RouteAttributes& attributes) const
+const RouteRule* Bench::ruleFor(Node source, Node destination) const
 {
+   for (const RouteRule& rule : topology_.rules)
+      if (search_.nodeOf(rule.from) == source && search_.nodeOf(rule.to) == destination)
+         return &rule;
+   return nullptr;
+}
+
+// Of the lines that join the source's device, those that a way to the destination could pass, be they
+// taken or not.
+Names Bench::possibleLines(Node source, Node destination)
+{
+   const Passable anything = {[](Node) { return true; }, [](std::size_t) { return true; }};
+   const Place from = search_.placeOf(source);
+   WayDemands demands;
+   if (const RouteRule* rule = ruleFor(source, destination)) {
+      demands.via = rule->via;
+      demands.avoid = rule->avoid;
+   }
+   Names names;
+   for (const std::size_t line : lines_[from.device]) {
+      demands.line = line;
+      Way way;
+      const Search result =
+         search_.find(from, search_.placeOf(destination), demands, anything, way);
+      if (result == Search::kFound) names.push_back(topology_.lines[line].name);
+      // The others would be searched for as long.
+      if (result == Search::kGivenUp) break;
+   }
+   return names;
+}
+
+WayDemands Bench::demandsOf(Node source, Node destination, const RouteAttributes& attributes)
+{
+   const auto refuse = [&](const std::string& name, const Attribute& value) {
+      throw notMet(uriOf(source), uriOf(destination), name, value,
+                   name == "Line" ? possibleLines(source, destination) : Names{"true", "false"});
+   };
    WayDemands demands;
    for (const auto& [name, value] : attributes.constraints) {
       if (name != "Line" && name != "SingleDevice")
-         throw unknownName(standin::kUnknownConstraint, name, {"Line", "SingleDevice"});
+         throw unknownName(kUnknownConstraint, name, {"Line", "SingleDevice"});
       if (value.attr_type != (name == "Line" ? AttrType::STRING : AttrType::BOOL))
-         throw notMet(uriOf(source), uriOf(destination), name, value);
+         refuse(name, value);
    }
    if (const Attribute* line = findIn(attributes.constraints, "Line")) {
       demands.line = topology_.findLine(line->str_attr);
-      if (!demands.line) throw notMet(uriOf(source), uriOf(destination), "Line", *line);
+      if (!demands.line) refuse("Line", *line);
    }
    demands.passesLine = attributes.force_multi_device_route;
    if (const Attribute* single = findIn(attributes.constraints, "SingleDevice")) {
       demands.passesNoLine = single->bool_attr;
       demands.passesLine = demands.passesLine || !single->bool_attr;
    }
-   for (const RouteRule& rule : topology_.rules) {
-      if (search_.nodeOf(rule.from) != source || search_.nodeOf(rule.to) != destination) continue;
-      demands.via = rule.via;
-      demands.avoid = rule.avoid;
-      if (rule.isForbidden)
+   if (const RouteRule* rule = ruleFor(source, destination)) {
+      demands.via = rule->via;
+      demands.avoid = rule->avoid;
+      if (rule->isForbidden)
          throw Refusal(kRouteForbidden)
             .row("kUsageTypeSourceTerminal", uriOf(source))
             .row("kUsageTypeDestinationTerminal", uriOf(destination))
@@ -147,7 +183,7 @@ WayDemands Bench::demandsOf(Node source, Node destination, const RouteAttributes
 Way Bench::planWay(Node source, Node destination, const RouteAttributes& attributes)
 {
    if (search_.isLine(source) || search_.isLine(destination))
-      throw Refusal(standin::kRouteNotPossible)
+      throw Refusal(kRouteNotPossible)
          .row("kUsageTypeSourceTerminal", uriOf(source))
          .row("kUsageTypeDestinationTerminal", uriOf(destination))
          .status();
@@ -155,9 +191,7 @@ Way Bench::planWay(Node source, Node destination, const RouteAttributes& attribu
    const Place to = search_.placeOf(destination);
    for (const Place& end : {from, to})
       if (isInReset(end.device))
-         throw Refusal(standin::kDeviceInReset)
-            .row("kUsageTypeDevice", device(end.device).name)
-            .status();
+         throw Refusal(kDeviceInReset).row("kUsageTypeDevice", device(end.device).name).status();
    const WayDemands demands = demandsOf(source, destination, attributes);
    requireTerminalValues(from, attributes.source_constraints);
    requireTerminalValues(to, attributes.destination_constraints);
@@ -192,17 +226,20 @@ void Bench::refuseWay(const Place& source, const Place& destination, const WayDe
    if (search_.find(source, destination, demands, anything, way) == Search::kFound)
       for (const std::size_t index : way.devices)
          if (isInReset(index))
-            throw Refusal(standin::kDeviceInReset)
-               .row("kUsageTypeDevice", device(index).name)
-               .status();
+            throw Refusal(kDeviceInReset).row("kUsageTypeDevice", device(index).name).status();
    WayDemands ofFile;
    ofFile.via = demands.via;
    ofFile.avoid = demands.avoid;
-   if (search_.find(source, destination, ofFile, anything, way) == Search::kFound)
-      for (const char* name : {"Line", "SingleDevice"})
-         if (const Attribute* wanted = findIn(attributes.constraints, name))
-            throw notMet(topology_.uri(source), topology_.uri(destination), name, *wanted);
-   throw Refusal(standin::kRouteNotPossible)
+   if (search_.find(source, destination, ofFile, anything, way) == Search::kFound) {
+      const std::string from = topology_.uri(source);
+      const std::string to = topology_.uri(destination);
+      if (const Attribute* line = findIn(attributes.constraints, "Line"))
+         throw notMet(from, to, "Line", *line,
+                      possibleLines(search_.nodeOf(source), search_.nodeOf(destination)));
+      if (const Attribute* single = findIn(attributes.constraints, "SingleDevice"))
+         throw notMet(from, to, "SingleDevice", *single, {single->bool_attr ? "false" : "true"});
+   }
+   throw Refusal(kRouteNotPossible)
       .row("kUsageTypeSourceTerminal", topology_.uri(source))
       .row("kUsageTypeDestinationTerminal", topology_.uri(destination))
       .status();

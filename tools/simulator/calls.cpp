@@ -2,9 +2,10 @@
 
 #include "tools/simulator/refusal.h"
 
-#include <map>
+#include <algorithm>
 #include <stdexcept>
 #include <type_traits>
+#include <utility>
 
 namespace zerova::simulator {
 
@@ -54,11 +55,11 @@ Attributes attributesFrom(const Json& json)
 
 using Repeat = void (*)(Calls&, const Json&);
 
-// By name, with the arguments as the log names them.
-const std::map<std::string, Repeat>& repeats()
+// The methods in the order of the interface, with the arguments as the log names them.
+const std::vector<std::pair<std::string, Repeat>>& repeats()
 {
    using Terminals = std::vector<Attributes>;
-   static const std::map<std::string, Repeat> all = {
+   static const std::vector<std::pair<std::string, Repeat>> all = {
       {"version", [](Calls& c, const Json& a) { c.version(a.at("version_string")); }},
       {"calculateRoute",
        [](Calls& c, const Json& a) {
@@ -191,6 +192,17 @@ std::string lineOf(const Json& event)
    return event.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
+const std::vector<std::string>& methodNames()
+{
+   static const std::vector<std::string> names = [] {
+      std::vector<std::string> all;
+      for (const auto& repeat : repeats())
+         all.push_back(repeat.first);
+      return all;
+   }();
+   return names;
+}
+
 Calls::Calls(Bench& bench, bool isDebug)
    : bench_(bench)
    , isDebug_(isDebug)
@@ -230,7 +242,7 @@ auto Calls::recorded(const char* method, Arguments arguments, Action action)
 
 void Calls::repeat(const std::string& method, const Json& arguments)
 {
-   const auto found = repeats().find(method);
+   const auto found = std::ranges::find(repeats(), method, &std::pair<std::string, Repeat>::first);
    if (found == repeats().end())
       throw std::invalid_argument("the service has no method '" + method + "'");
    try {
@@ -251,7 +263,7 @@ void Calls::version(const std::string& version)
       },
       [&] {
          if (version == "1.0") return;
-         throw Refusal(standin::kUnsupportedVersion)
+         throw Refusal(kUnsupportedVersion)
             .row("kUsageTypeZerovaServiceVersion", version)
             .row("kUsageTypePossibleValues", {"1.0"})
             .status();

@@ -80,6 +80,9 @@ private:
    Call last_;
 };
 
+// The names of the service's methods, in the order of the interface.
+const std::vector<std::string>& methodNames();
+
 // As a log has them.
 Json jsonFrom(const Attributes& attributes);
 Json jsonFrom(const RouteAttributes& attributes);

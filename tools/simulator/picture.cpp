@@ -1,13 +1,8 @@
 #include "tools/simulator/picture.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <array>
 #include <cerrno>
-#include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
@@ -16,6 +11,10 @@
 namespace zerova::simulator {
 
 namespace {
+
+// A large bench takes Graphviz seconds. At the end somebody waits for it.
+constexpr std::chrono::seconds kPicture{60};
+constexpr std::chrono::seconds kLastPicture{5};
 
 // In a quoted text; in the label of a record some more signs mean something.
 std::string escaped(const std::string& text, bool isRecord = false)
@@ -106,6 +105,17 @@ std::string routesOf(const Bench& bench)
    return text;
 }
 
+// Whoever reads the file meanwhile sees the old one or the new one.
+void putInPlace(const std::string& beside, const std::string& file)
+{
+   std::error_code error;
+   std::filesystem::rename(beside, file, error);
+   if (!error) return;
+   std::error_code ignored;
+   std::filesystem::remove(beside, ignored);
+   throw std::runtime_error("cannot write " + file + ": " + error.message());
+}
+
 void writeWhole(const std::string& text, const std::string& file)
 {
    const std::string beside = file + ".new";
@@ -117,34 +127,12 @@ void writeWhole(const std::string& text, const std::string& file)
          throw std::runtime_error("cannot write " + beside + ": " +
                                   std::generic_category().message(errno));
    }
-   if (std::rename(beside.c_str(), file.c_str()) != 0)
-      throw std::runtime_error("cannot write " + file + ": " +
-                               std::generic_category().message(errno));
+   putInPlace(beside, file);
 }
 
 bool endsWith(const std::string& text, std::string_view end)
 {
    return std::string_view(text).ends_with(end);
-}
-
-// Nothing: there is no Graphviz.
-std::optional<int> runGraphviz(const std::string& in, const std::string& out)
-{
-   std::string program = "dot";
-   std::string format = "-Tsvg";
-   std::string to = "-o" + out;
-   std::string from = in;
-   std::array<char*, 5> arguments = {program.data(), format.data(), to.data(), from.data(),
-                                     nullptr};
-   pid_t process = -1;
-   const int error = ::posix_spawnp(&process, "dot", nullptr, nullptr, arguments.data(), environ);
-   if (error == ENOENT) return std::nullopt;
-   if (error != 0)
-      throw std::runtime_error("cannot start dot: " + std::generic_category().message(error));
-   int state = 0;
-   while (::waitpid(process, &state, 0) < 0)
-      if (errno != EINTR) throw std::system_error(errno, std::generic_category(), "waitpid");
-   return WIFEXITED(state) ? WEXITSTATUS(state) : 128;
 }
 
 } // namespace
@@ -164,7 +152,7 @@ bool isPictureName(const std::string& file)
    return endsWith(file, ".dot") || endsWith(file, ".svg");
 }
 
-std::string writePicture(const std::string& dot, const std::string& file)
+std::string writePicture(const std::string& dot, const std::string& file, const Patience& patience)
 {
    if (endsWith(file, ".dot")) {
       writeWhole(dot, file);
@@ -174,24 +162,26 @@ std::string writePicture(const std::string& dot, const std::string& file)
    const std::string source = file + ".dot.new";
    const std::string picture = file + ".new";
    writeWhole(dot, source);
-   const std::optional<int> status = runGraphviz(source, picture);
-   if (status.value_or(-1) == 0) {
-      ::unlink(source.c_str());
-      if (std::rename(picture.c_str(), file.c_str()) == 0) return {};
-      const int error = errno;
-      ::unlink(picture.c_str());
-      throw std::runtime_error("cannot write " + file + ": " +
-                               std::generic_category().message(error));
+   const Drawing outcome = drawByGraphviz(source, picture, patience);
+   std::error_code ignored;
+   if (outcome == Drawing::kDone) {
+      std::filesystem::remove(source, ignored);
+      putInPlace(picture, file);
+      return {};
    }
-   ::unlink(picture.c_str());
-   if (std::rename(source.c_str(), text.c_str()) != 0)
-      throw std::runtime_error("cannot write " + text + ": " +
-                               std::generic_category().message(errno));
-   if (!status.has_value())
+   std::filesystem::remove(picture, ignored);
+   putInPlace(source, text);
+   switch (outcome) {
+   case Drawing::kNoGraphviz:
       return "Graphviz is not installed (package graphviz), so " + text +
              " has the text that it would draw";
-   return "Graphviz ended with " + std::to_string(*status) + "; " + text +
-          " has the text that it should have drawn";
+   case Drawing::kTookTooLong:
+      throw std::runtime_error("Graphviz took too long and was ended; " + text +
+                               " has the text that it should have drawn");
+   default:
+      throw std::runtime_error("Graphviz failed; " + text +
+                               " has the text that it should have drawn");
+   }
 }
 
 Painter::Painter(std::string file, std::function<void(const std::string&)> say)
@@ -206,6 +196,7 @@ Painter::~Painter()
    {
       const std::lock_guard lock(mutex_);
       isEnding_ = true;
+      if (patience_) patience_->endWithin(kLastPicture);
    }
    changed_.notify_all();
    thread_.join();
@@ -231,10 +222,11 @@ void Painter::paint()
          if (!due_) return;
          dot = std::move(*due_);
          due_.reset();
+         patience_.emplace(isEnding_ ? kLastPicture : kPicture);
       }
       std::string sentence;
       try {
-         sentence = writePicture(dot, file_);
+         sentence = writePicture(dot, file_, *patience_);
       } catch (const std::exception& error) {
          sentence = error.what();
       }

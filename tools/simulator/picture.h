@@ -3,6 +3,7 @@
 #define TOOLS_SIMULATOR_PICTURE_H
 
 #include "tools/simulator/bench.h"
+#include "tools/simulator/graphviz.h"
 
 #include <condition_variable>
 #include <functional>
@@ -22,11 +23,12 @@ bool isPictureName(const std::string& file);
 
 // Writes the text as FILE.dot, or what Graphviz draws of it as FILE.svg. Whoever reads the file meanwhile
 // sees the old picture or the new one. Returns a sentence for the user, empty if all went well: without
-// Graphviz the text stands beside where the picture would be. Throws std::runtime_error.
-std::string writePicture(const std::string& dot, const std::string& file);
+// Graphviz the text stands beside where the picture would be. It does so, too, when Graphviz fails, which
+// throws std::runtime_error.
+std::string writePicture(const std::string& dot, const std::string& file, const Patience& patience);
 
 // Draws on a thread of its own, so that nobody waits for it. Of pictures that are due at once the last is
-// drawn; all that were asked for are drawn when it ends.
+// drawn. At the end the last is given five seconds more.
 class Painter
 {
 public:
@@ -47,7 +49,8 @@ private:
    std::condition_variable changed_;
    std::optional<std::string> due_;
    bool isEnding_ = false;
-   std::thread thread_; // last: it uses the rest
+   std::optional<Patience> patience_; // of the picture that is drawn now
+   std::thread thread_;               // last: it uses the rest
 };
 
 } // namespace zerova::simulator

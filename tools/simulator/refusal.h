@@ -3,7 +3,7 @@
 #define TOOLS_SIMULATOR_REFUSAL_H
 
 #include "apiv1_types.h"
-#include "service/standin/refusal.h"
+#include "tools/simulator/error_codes.h"
 
 #include <nlohmann/json.hpp>
 
@@ -11,12 +11,6 @@
 #include <string_view>
 
 namespace zerova::simulator {
-
-using ErrorCode = standin::ErrorCode;
-
-inline constexpr ErrorCode kModifierInUse = {-89319, "zerova::errors::kErrorModifierInUse"};
-inline constexpr ErrorCode kRouteForbidden = {-89320, "zerova::errors::kErrorRouteForbidden"};
-inline constexpr ErrorCode kSearchGivenUp = {-89321, "zerova::errors::kErrorSearchGivenUp"};
 
 // Collects what a refusal says, in order, and makes the exception that carries it. Members stand as
 // they are; rows are meant for a user, who reads them in his language.

@@ -28,13 +28,16 @@ public:
    {
       const ConnectionId connection = event.at("connection").get<ConnectionId>();
       if (event.contains("event")) {
-         if (event["event"] == "end") bench_.endConnection(connection);
+         if (event["event"] == "end") {
+            bench_.endConnection(connection);
+            plan_.forget(connection);
+         }
          if (event["event"] == "open" && event.value("endpoint", "") == "immediate")
             lifetimes_[connection] = RouteLifetime::IMMEDIATE;
          return;
       }
       const auto method = event.at("method").get<std::string>();
-      const Fault* const fault = plan_.next(method);
+      const Fault* const fault = plan_.next(method, connection);
       if (event.contains("unknown")) return;
       const auto lifetime = lifetimes_.find(connection);
       calls_.setCaller(connection,

@@ -1,9 +1,9 @@
-// Serves a bench to clients at local and TCP endpoints, all from one thread.
+// Serves a bench to clients at local and TCP endpoints.
 #ifndef TOOLS_SIMULATOR_SERVICE_H
 #define TOOLS_SIMULATOR_SERVICE_H
 
-#include "tools/simulator/calls.h"
-#include "tools/simulator/fault_plan.h"
+#include "service/stream.h"
+#include "tools/simulator/bench.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -26,7 +26,7 @@ struct ServiceOptions
    std::string address = {};     // a loopback address for TCP; empty: no TCP
    std::uint16_t port = 0;       // 0: a free one
    std::optional<std::uint16_t> locatorPort = {};
-   std::size_t mostConnections = 4096; // less if the system gives fewer files
+   std::size_t mostConnections = 4096; // less if the system gives fewer
    bool isDebug = false;
 };
 
@@ -49,16 +49,23 @@ public:
 
    // Gets a line for each connection that begins or ends and each call.
    void setLog(Log log);
-   // Called after calls and ends of connections that may have changed the bench.
+   // Called after calls, and beginnings and ends of connections, that may have changed the bench.
    void setChanged(std::function<void()> changed);
-   // Calls as soon as the descriptor is readable, and until it is not.
-   void watch(int descriptor, std::function<void()> ready);
+   // Calls from a thread of run() as soon as the handle is ready to be read or waited for, and until it is
+   // not.
+   void watch(test::NativeHandle handle, std::function<void()> ready);
 
-   void run(); // until stop() is called
+   void run(); // until stop() is called, which any thread may do
    void stop();
 
+   // Calls while nothing is carried out, from any thread: what the bench is then, it is after all calls
+   // that have been answered. Not for the functions that the service calls.
+   void atRest(const std::function<void()>& use) const;
+   std::size_t connectionCount() const; // at rest, or in what setChanged() was given
+
+   class Loop; // of the system
+
 private:
-   class Loop;
    std::unique_ptr<Loop> loop_;
 };
 

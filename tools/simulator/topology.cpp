@@ -1,12 +1,10 @@
 #include "tools/simulator/topology.h"
 
-#include "service/standin/terminal_uri.h"
+#include "tools/simulator/terminal_uri.h"
 
 #include <algorithm>
 
 namespace zerova::simulator {
-
-using standin::foldedDeviceName;
 
 namespace {
 
@@ -20,20 +18,6 @@ std::optional<std::size_t> indexByName(const Range& range, std::string_view name
 }
 
 } // namespace
-
-bool isSameValue(const Attribute& left, const Attribute& right)
-{
-   if (left.attr_type != right.attr_type) return false;
-   if (left.attr_type == AttrType::STRING) return left.str_attr == right.str_attr;
-   return left.attr_type == AttrType::BOOL && left.bool_attr == right.bool_attr;
-}
-
-std::string shown(const Attribute& attribute)
-{
-   if (attribute.attr_type == AttrType::STRING) return attribute.str_attr;
-   if (attribute.attr_type == AttrType::BOOL) return attribute.bool_attr ? "true" : "false";
-   return "value of type " + std::to_string(static_cast<int>(attribute.attr_type));
-}
 
 bool Modifier::allows(const Attribute& value) const
 {
@@ -91,34 +75,6 @@ std::string Topology::uri(const Place& place) const
 {
    const Device& device = devices[place.device];
    return "/" + device.name + "/" + device.terminals[place.terminal].name;
-}
-
-const std::vector<std::string>& methodNames()
-{
-   static const std::vector<std::string> names = {"version",
-                                                  "calculateRoute",
-                                                  "reserveRoute",
-                                                  "programRoute",
-                                                  "unprogramRoute",
-                                                  "unreserveRoute",
-                                                  "destroyRoute",
-                                                  "destroyImmediateRoute",
-                                                  "destroyImmediateRoutesOnDevice",
-                                                  "destroyImmediateRoutesFromSource",
-                                                  "destroyImmediateRoutesToDest",
-                                                  "getRouteInfo",
-                                                  "getSystemChangeNumber",
-                                                  "hasTerminalInformationChanged",
-                                                  "getRoutableDevices",
-                                                  "getTerminalNamesAndAttributesForDevice",
-                                                  "resetTerminal",
-                                                  "calculateResetTerminal",
-                                                  "initiateDeviceReset",
-                                                  "completeDeviceReset",
-                                                  "isDebug",
-                                                  "validateTerminalURI",
-                                                  "areTerminalURIsEqual"};
-   return names;
 }
 
 } // namespace zerova::simulator

@@ -3,8 +3,7 @@
 #ifndef TOOLS_SIMULATOR_TOPOLOGY_H
 #define TOOLS_SIMULATOR_TOPOLOGY_H
 
-#include "apiv1_types.h"
-#include "service/standin/inventory.h"
+#include "tools/simulator/attributes.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -14,14 +13,6 @@
 #include <vector>
 
 namespace zerova::simulator {
-
-using standin::Attributes;
-using standin::boolAttribute;
-using standin::textAttribute;
-
-// The type tag alone says which value counts.
-bool isSameValue(const Attribute& left, const Attribute& right);
-std::string shown(const Attribute& attribute);
 
 struct Terminal
 {
@@ -66,7 +57,8 @@ struct Line
    std::string name;
    std::string kind;
    std::vector<std::size_t> devices;
-   std::uint32_t routes = 1; // that may use it at one time
+   std::uint32_t routes = 1;   // that may use it at one time
+   Attributes attributes = {}; // what the file says beyond that
 };
 
 // A terminal of the bench, as numbers.
@@ -101,7 +93,8 @@ struct Fault
       kGarbage
    };
 
-   std::string method; // empty: any
+   std::string method;              // empty: any
+   bool isOfEachConnection = false; // each counts its own calls
    std::uint64_t after = 0;
    std::optional<std::uint64_t> times; // empty: every later one
    Action action = Action::kDrop;
@@ -125,9 +118,6 @@ struct Topology
    std::optional<std::size_t> findLine(std::string_view name) const;
    std::string uri(const Place& place) const;
 };
-
-// The names of the service's methods, in the order of the interface.
-const std::vector<std::string>& methodNames();
 
 } // namespace zerova::simulator
 

@@ -1,6 +1,7 @@
 #include "tools/simulator/topology_file.h"
 
-#include "service/standin/terminal_uri.h"
+#include "tools/simulator/calls.h"
+#include "tools/simulator/terminal_uri.h"
 #include "tools/support/near_name.h"
 
 #include <nlohmann/json.hpp>
@@ -35,8 +36,8 @@ std::string inQuotes(std::string_view name)
 
 std::string hint(std::string_view meant, const Names& names)
 {
-   const std::string near = nearName(meant, names);
-   return near.empty() ? "" : "; is " + inQuotes(near) + " meant?";
+   const std::string nearest = nearName(meant, names);
+   return nearest.empty() ? "" : "; is " + inQuotes(nearest) + " meant?";
 }
 
 const char* nameOfType(toml::node_type type)
@@ -96,9 +97,9 @@ public:
 
    void readFault(const toml::table& table)
    {
-      requireKnownKeys(
-         table, "a fault",
-         {"method", "after", "times", "delay_ms", "error", "drop", "hang", "cut", "garbage"});
+      requireKnownKeys(table, "a fault",
+                       {"method", "after", "times", "each_connection", "delay_ms", "error", "drop",
+                        "hang", "cut", "garbage"});
       Fault fault;
       if (const auto method = text(table, "method")) {
          fault.method = *method;
@@ -109,6 +110,7 @@ public:
       fault.after = static_cast<std::uint64_t>(number(table, "after", 0, INT64_MAX).value_or(0));
       if (const auto times = number(table, "times", 1, INT64_MAX))
          fault.times = static_cast<std::uint64_t>(*times);
+      fault.isOfEachConnection = flag(table, "each_connection").value_or(false);
       int actions = 0;
       readAnswers(table, fault, actions);
       for (const auto& [key, action] :
@@ -259,7 +261,7 @@ private:
 
    void requireNewDeviceName(const std::string& name, const toml::node& node)
    {
-      if (!deviceNames_.insert(standin::foldedDeviceName(name)).second)
+      if (!deviceNames_.insert(foldedDeviceName(name)).second)
          tell(node, "there is a device " + inQuotes(name) + " already (case does not count)");
    }
 
@@ -320,18 +322,24 @@ private:
       terminal.kind = neededText(table, "the terminal", "kind").value_or("");
       terminal.isSource = flag(table, "source").value_or(false);
       terminal.isDestination = flag(table, "destination").value_or(false);
+      readAttributes(table, kKeys, terminal.attributes);
+      device.terminals.push_back(std::move(terminal));
+   }
+
+   // Every key that is none of the file's.
+   void readAttributes(const toml::table& table, const Names& keys, Attributes& attributes)
+   {
       for (const auto& [key, node] : table) {
          const std::string name(key.str());
-         if (std::ranges::find(kKeys, name) != kKeys.end()) continue;
-         if (const std::string near = nearName(name, kKeys); !near.empty())
+         if (std::ranges::find(keys, name) != keys.end()) continue;
+         if (const std::string nearest = nearName(name, keys); !nearest.empty())
             tell(key.source(), "the attribute " + inQuotes(name) + " looks like the key " +
-                                  inQuotes(near) + "; is that meant?");
+                                  inQuotes(nearest) + "; is that meant?");
          else if (std::ranges::find(kOwnAttributes, name) != kOwnAttributes.end())
             tell(key.source(), "every terminal has the attribute " + inQuotes(name) + " of itself");
          else if (const auto value = attributeFrom(node, "the attribute " + inQuotes(name)))
-            terminal.attributes.emplace(name, *value);
+            attributes.emplace(name, *value);
       }
-      device.terminals.push_back(std::move(terminal));
    }
 
    Names namesOfDevices() const
@@ -354,8 +362,9 @@ private:
 
    void readLine(const toml::table& table)
    {
-      requireKnownKeys(table, "a line", {"name", "kind", "joins", "routes"});
+      static const Names kKeys = {"name", "kind", "joins", "routes"};
       Line line;
+      readAttributes(table, kKeys, line.attributes);
       if (const auto name = neededName(table, "the line")) {
          line.name = *name;
          if (out_.topology.findLine(*name))
@@ -446,7 +455,7 @@ private:
       const auto written = neededText(table, "the rule", key);
       if (!written) return std::nullopt;
       const toml::node& node = *table.get(key);
-      const auto uri = standin::parseTerminalUri(*written);
+      const auto uri = parseTerminalUri(*written);
       if (!uri) {
          tell(node, inQuotes(*written) + " is no terminal's URI: \"/device/terminal\"");
          return std::nullopt;

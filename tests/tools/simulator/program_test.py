@@ -7,6 +7,7 @@ import json
 import os
 import pathlib
 import re
+import select
 import signal
 import socket
 import subprocess
@@ -19,9 +20,19 @@ ROOT = pathlib.Path(__file__).resolve().parents[3]
 BUILD = pathlib.Path(sys.argv[1])
 PROGRAM = BUILD / "tools/simulator/zerova-simulator"
 CLIENT = BUILD / "examples/quick_start"
+ZEROVACTL = BUILD / "tools/zerovactl/zerovactl"
 WITHOUT_NAMESPACES = BUILD / "tests/tools/support/without_namespaces"
 BENCH = ROOT / "examples/benches/trigger_bench.toml"
 SAID = "zerova-simulator: "
+
+
+IS_DEBUG = b"\0\0\0\x14\x80\1\0\1\0\0\0\7isDebug" + bytes(5)
+
+
+def processor_time(process: int) -> float:
+    """In seconds."""
+    fields = pathlib.Path(f"/proc/{process}/stat").read_text(encoding="utf-8").rsplit(")", 1)[1].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
 class Outcome(typing.NamedTuple):
@@ -46,9 +57,15 @@ class Program(unittest.TestCase):
         (self.folder / name).write_text(text, encoding="utf-8")
         return self.folder / name
 
-    def start(self, *arguments: object) -> subprocess.Popen:
-        words = [str(word) for word in (PROGRAM, BENCH, "--endpoint-dir", self.folder / "run", *arguments)]
-        process = subprocess.Popen(words, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    def start(self, *arguments: object, env: typing.Optional[dict] = None, limit: int = 0,
+              pass_fds: typing.Sequence[int] = ()) -> subprocess.Popen:
+        """limit: the most descriptors that it may have, if that is not 0. It gets those of pass_fds, and we lose them."""
+        before = ["prlimit", f"--nofile={limit}"] if limit else []
+        words = [str(word) for word in (*before, PROGRAM, BENCH, "--endpoint-dir", self.folder / "run", *arguments)]
+        process = subprocess.Popen(words, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=env,
+                                   pass_fds=pass_fds)
+        for descriptor in pass_fds:
+            os.close(descriptor)
         self.addCleanup(process.communicate)
         self.addCleanup(process.kill)
         assert process.stdout
@@ -69,6 +86,8 @@ class Use(Program):
         self.expect_wrong_use("--no-local and --endpoint-dir exclude each other", BENCH, "--no-local",
                               "--endpoint-dir", "x")
         self.expect_wrong_use("with --no-local and without --tcp nothing would be served", BENCH, "--no-local")
+        self.expect_wrong_use("--stay is for serving without a command, which ends with the command", BENCH, "--stay",
+                              "--", "true")
         self.expect_wrong_use("--draw writes FILE.dot or FILE.svg; the name must end with one of the two", BENCH,
                               "--draw", "bench.png")
 
@@ -236,9 +255,49 @@ class Serving(Program):
             self.assertEqual(lines.read(), f"ready  local {self.folder / 'run'}\n")
         self.assertEqual((done.returncode, done.stdout), (0, b""))
 
+    def test_the_command_does_not_hold_the_descriptor(self) -> None:
+        reading, writing = os.pipe()
+        words = [str(PROGRAM), str(BENCH), "--ready-fd", str(writing), "--", "test", "!", "-e",
+                 f"/proc/self/fd/{writing}"]
+        done = subprocess.run(words, stdin=subprocess.DEVNULL, timeout=60, pass_fds=[writing], check=False)
+        os.close(writing)
+        with os.fdopen(reading) as lines:
+            self.assertTrue(lines.read().startswith("ready  local "))
+        self.assertEqual(done.returncode, 0)
+
     def test_a_closed_descriptor_is_told(self) -> None:
         outcome = run(BENCH, "--endpoint-dir", self.folder / "run", "--ready-fd", 900)
         self.assertEqual(outcome, Outcome(2, "", f"{SAID}--ready-fd 900 cannot be written to: Bad file descriptor\n"))
+
+    def test_what_is_no_protocol_is_no_business_of_the_users(self) -> None:
+        process = self.start()
+        for sent in (b"\xff" * 64, b"GET / HTTP/1.0\r\n\r\n", b"\0\0\0\x04\x80\x02\0\1"):
+            with socket.socket(socket.AF_UNIX) as client:
+                client.connect(str(self.folder / "run/com.zerova"))
+                client.sendall(sent)
+                self.assertEqual(client.recv(1), b"")
+        self.assertEqual(process.communicate(timeout=60), (b"", b""))
+
+    def test_who_waits_for_the_last_descriptor_costs_no_time_and_gets_it(self) -> None:
+        inherited = [os.open("/dev/null", os.O_RDONLY) for _ in range(45)]
+        process = self.start(limit=80, pass_fds=inherited)
+        clients = []
+        while len(clients) < 40:
+            client = socket.socket(socket.AF_UNIX)
+            self.addCleanup(client.close)
+            client.connect(str(self.folder / "run/com.zerova"))
+            client.sendall(IS_DEBUG)
+            if not select.select([client], [], [], 2)[0]:
+                break
+            self.assertEqual(len(client.recv(100)), 28)
+            clients.append(client)
+        self.assertTrue(0 < len(clients) < 40, len(clients))
+        before = processor_time(process.pid)
+        self.assertEqual(select.select([client], [], [], 1)[0], [])
+        self.assertLess(processor_time(process.pid) - before, 0.3)
+        clients[0].close()
+        self.assertEqual(select.select([client], [], [], 60)[0], [client])
+        self.assertEqual(len(client.recv(100)), 28)
 
     def test_a_folder_that_may_not_be_written_to_is_told(self) -> None:
         before = ["setpriv", "--reuid", "65534", "--clear-groups"] if os.geteuid() == 0 else []
@@ -298,6 +357,47 @@ class Picture(Program):
         self.assertEqual(outcome, Outcome(0, "", f"{SAID}Graphviz is not installed (package graphviz), so {text} has the "
                                                  "text that it would draw\n"))
         self.assertTrue(text.read_text().startswith("digraph bench {"))
+
+    def graphviz(self, script: str) -> dict:
+        """An environment in which Graphviz is a script of ours; $2 begins with -o."""
+        program = self.write("dot", f"#!/bin/sh\n{script}\n")
+        program.chmod(0o755)
+        return {**os.environ, "PATH": f"{self.folder}:{os.environ['PATH']}"}
+
+    def test_that_graphviz_does_not_draw_is_a_failure_that_leaves_the_text(self) -> None:
+        outcome = run(BENCH, "--draw", self.folder / "bench.svg", env=self.graphviz("exit 3"))
+        text = self.folder / "bench.dot"
+        self.assertEqual(outcome, Outcome(4, "", f"{SAID}Graphviz failed; {text} has the text that it should have "
+                                                 "drawn\n"))
+        self.assertTrue(text.read_text().startswith("digraph bench {"))
+
+    def test_is_drawn_by_a_program_that_can_be_told_to_end(self) -> None:
+        seen = self.folder / "seen"
+        env = self.graphviz(f"grep SigBlk /proc/self/status > {seen}; echo '<svg/>' > \"${{2#-o}}\"")
+        outcome = run(BENCH, "--draw", self.folder / "bench.svg", "--watch", "--", "true", env=env)
+        self.assertEqual((outcome.status, outcome.err), (0, ""))
+        self.assertEqual(seen.read_text().split(), ["SigBlk:", "0" * 16])
+
+    def test_that_takes_too_long_does_not_hold_up_the_end(self) -> None:
+        begun = self.folder / "begun"
+        os.mkfifo(begun)
+        process = self.start("--draw", self.folder / "bench.svg", "--watch",
+                             env=self.graphviz(f"echo > {begun}; exec sleep 600"))
+        begun.read_text()
+        process.terminate()
+        self.assertEqual(process.wait(60), 0)
+        assert process.stderr
+        self.assertIn("Graphviz took too long and was ended", process.stderr.read().decode())
+
+    def test_has_the_routes_that_stand(self) -> None:
+        picture = self.folder / "bench.dot"
+        outcome = run(BENCH, "--draw", picture, "--watch", "--", ZEROVACTL, "route", "/matrix1/ch0", "/matrix1/ch1",
+                      "--immediate", "--reserve")
+        self.assertEqual(outcome.status, 0, outcome.err)
+        routes = [line for line in picture.read_text().splitlines() if "1001" in line]
+        self.assertEqual(len(routes), 1)
+        self.assertIn("device0:t0 -> device0:t1", routes[0])
+        self.assertIn("style=dashed", routes[0])
 
     def test_that_cannot_be_put_in_its_place_is_told(self) -> None:
         (self.folder / "bench.svg").mkdir()

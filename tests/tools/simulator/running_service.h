@@ -4,9 +4,10 @@
 
 #include "support/scratch_folder.h"
 #include "tools/simulator/bench.h"
+#include "tools/simulator/calls.h"
 #include "tools/simulator/service.h"
 #include "tools/simulator/topology_file.h"
-#include "unit/service/standin_client.h"
+#include "unit/service/stub_client.h"
 
 #include <gtest/gtest.h>
 
@@ -42,7 +43,6 @@ public:
       , service_(bench_, withFolder(options))
    {
       service_.setLog([this](const std::string& line) { log_.push_back(Json::parse(line)); });
-      service_.watch(static_cast<int>(stop_.handle()), [this] { service_.stop(); });
       thread_ = std::thread([this] { service_.run(); });
    }
    ~RunningService() { finish(); }
@@ -52,7 +52,7 @@ public:
    void finish()
    {
       if (!thread_.joinable()) return;
-      stop_.raise();
+      service_.stop();
       thread_.join();
    }
 
@@ -60,9 +60,9 @@ public:
    {
       return test::Stream::connectLocal(name, folder());
    }
-   std::unique_ptr<standin::Client> connect(const std::string& name = "com.zerova") const
+   std::unique_ptr<test::Client> connect(const std::string& name = "com.zerova") const
    {
-      return std::make_unique<standin::Client>(connectRaw(name));
+      return std::make_unique<test::Client>(connectRaw(name));
    }
 
    std::string folder() const { return scratch_.path("endpoints"); }
@@ -80,7 +80,6 @@ private:
    ScratchFolder scratch_;
    Bench bench_;
    Service service_;
-   test::StopSignal stop_;
    std::vector<Json> log_;
    std::thread thread_;
 };

@@ -21,7 +21,7 @@ namespace {
 
 using namespace zerova;
 using namespace zerova::simulator;
-using standin::Client;
+using test::Client;
 using test::readToEnd;
 using test::readUpTo;
 using test::Stream;
@@ -212,6 +212,21 @@ TEST(SimulatorFaults, CallsOfAllConnectionsAreCounted)
    const auto second = running.connect();
    EXPECT_FALSE((*first)->isDebug());
    EXPECT_ANY_THROW((*second)->isDebug());
+}
+
+TEST(SimulatorFaults, CallsOfEachConnectionAreCountedWhenThePlanSaysSo)
+{
+   const RunningService running(
+      exampleWithFault(R"(after = 2, times = 1, each_connection = true, error = { code = -7 })"));
+   for (int i = 0; i < 2; ++i) {
+      const auto first = running.connect(); // its version is the first call
+      const auto second = running.connect();
+      EXPECT_FALSE((*first)->validateTerminalURI("x"));
+      EXPECT_FALSE((*second)->validateTerminalURI("x"));
+      EXPECT_EQ(codeOf([&] { (*first)->reserveRoute(1); }), -7);
+      EXPECT_EQ(codeOf([&] { (*second)->reserveRoute(1); }), -7);
+      EXPECT_EQ(codeOf([&] { (*first)->reserveRoute(1); }), -89304);
+   }
 }
 
 TEST(SimulatorClients, GarbageEndsItsOwnConnectionOnly)

@@ -158,6 +158,17 @@ TEST(TopologyFile, AttributeIsATextOrABool)
                   "is an integer"));
 }
 
+TEST(TopologyFile, LineHasAttributesLikeATerminal)
+{
+   const std::string line = "[[line]]\nname = \"l\"\nkind = \"k\"\njoins = [\"timer1\"]\n";
+   const ReadTopology read = readTopology(kTwoDevices + line + "Connector = \"rear\"\n", "b");
+   EXPECT_THAT(read.mistakes, IsEmpty());
+   EXPECT_EQ(read.topology.lines.at(0).attributes.at("Connector").str_attr, "rear");
+   EXPECT_THAT(mistakesBehind(line + "route = true\n"),
+               ElementsAre("bad.toml:14:1: the attribute 'route' looks like the key 'routes'; is "
+                           "that meant?"));
+}
+
 TEST(TopologyFile, LineHasANameOfItsOwnAtEachDevice)
 {
    EXPECT_THAT(

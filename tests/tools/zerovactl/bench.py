@@ -18,8 +18,9 @@ BUILD = pathlib.Path(os.environ["ZEROVA_BUILD"])
 # What starts programs of another system; there they lie beside the library.
 EMULATOR = os.environ.get("ZEROVA_EMULATOR", "").split()
 PROGRAM = BUILD / ("zerovactl.exe" if EMULATOR else "tools/zerovactl/zerovactl")
-STANDIN = BUILD / ("zerova_service_standin.exe" if EMULATOR else "tests/service/zerova_service_standin")
+SIMULATOR = BUILD / ("zerova-simulator.exe" if EMULATOR else "tools/simulator/zerova-simulator")
 COMMAND = [*EMULATOR, str(PROGRAM)]
+LABORATORY = pathlib.Path(__file__).resolve().parents[3] / "examples" / "benches" / "laboratory.toml"
 ENDPOINTS = pathlib.Path(os.environ["ZEROVA_ENDPOINTS"])
 SETTINGS = pathlib.Path(os.environ["ZEROVA_SETTINGS"])
 TEXTS = BUILD / "texts" / "generated"
@@ -84,15 +85,15 @@ def run_in_terminal(*arguments: str, **more: str) -> tuple[int, bytes]:
    return process.wait(SOON), seen.replace(b"\r\n", b"\n")
 
 
-class Standin:
-   """The stand-in service, until the end of the block; host is where its TCP endpoint is."""
+class Simulator:
+   """The simulator with the bench of the laboratory, until the end of the block; host is where its TCP endpoint is."""
 
    def __init__(self, *arguments: str):
       self.arguments = arguments
       self.host = ""
 
-   def __enter__(self) -> "Standin":
-      self.process = subprocess.Popen([*EMULATOR, STANDIN, "--address", "own", *self.arguments],
+   def __enter__(self) -> "Simulator":
+      self.process = subprocess.Popen([*EMULATOR, SIMULATOR, LABORATORY, "--tcp", "own", *self.arguments],
                                       stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
       ready = self.process.stdout.readline()
       self.host = re.search(r"tcp ([0-9.]+):", ready).group(1)
@@ -104,8 +105,8 @@ class Standin:
       self.process.communicate(timeout=SOON)
 
 
-def remote_service() -> Standin:
-   return Standin("--no-local")
+def remote_service() -> Simulator:
+   return Simulator("--no-local")
 
 
 def own_listener(port: int = 3580) -> socket.socket:

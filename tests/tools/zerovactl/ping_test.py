@@ -105,7 +105,7 @@ class Local(bench.Case):
       return listener
 
    def test_goes_through_all_steps(self):
-      with bench.Standin():
+      with bench.Simulator():
          seen = bench.run("ping")
       self.assertEqual((seen.status, seen.err), (0, ""))
       self.assertEqual(masked(seen.out).splitlines()[0],
@@ -114,7 +114,7 @@ class Local(bench.Case):
                        ["library", "endpoint", "permission", "connection", "version", "round trips", "ready"])
 
    def test_goes_to_the_endpoint_for_immediate_routes(self):
-      with bench.Standin():
+      with bench.Simulator():
          self.assertIn("com.zerova.immediate", bench.run("ping", "--immediate").out)
 
    def test_as_a_document_names_the_step_that_fails_and_what_to_do(self):
@@ -130,7 +130,7 @@ class Local(bench.Case):
       self.at_endpoint()
       self.assertEqual(bench.run("ping", "--quiet").all(), (5, "", ""))
       self.endpoint.unlink(missing_ok=True)
-      with bench.Standin():
+      with bench.Simulator():
          self.assertEqual(bench.run("ping", "--quiet").all(), (0, "", ""))
 
    def test_no_folder(self):
@@ -188,7 +188,7 @@ class Local(bench.Case):
                                 "the library itself would wait without end")
 
    def test_stopped_service(self):
-      with bench.Standin() as service:
+      with bench.Simulator() as service:
          service.process.send_signal(signal.SIGSTOP)
          self.assertIn("no answer in 5.", self.failing()[0])
 

@@ -181,7 +181,7 @@ class Record(bench.Case):
 
 class Command(bench.Case):
    def test_finds_an_endpoint_that_is_the_tools(self):
-      with bench.Standin():
+      with bench.Simulator():
          seen = bench.run("trace", "--", str(bench.PROGRAM), "uri", "check", "/x/y")
       self.assertEqual((seen.status, seen.err), (5, ""))
       self.assertEqual(sorted(masked(seen.out).splitlines()), sorted([
@@ -189,7 +189,7 @@ class Command(bench.Case):
          'TIME  #1  validateTerminalURI("/x/y") = false  N ms', "TIME  #1  closed"]))
 
    def test_leaves_the_endpoint_of_others_alone(self):
-      with bench.Standin() as service:
+      with bench.Simulator() as service:
          inside = subprocess.run([bench.PROGRAM, "trace", "--to", service.host, "--", "ls", bench.ENDPOINTS],
                                  capture_output=True, text=True, env=bench.environment(), check=True)
          self.assertEqual(inside.stdout, "com.zerova\ncom.zerova.immediate\n")
@@ -262,7 +262,7 @@ class LeftBehind(bench.Case):
 
 class Local(bench.Case):
    def test_endpoint_stands_beside_the_services(self):
-      with bench.Standin():
+      with bench.Simulator():
          place = bench.ENDPOINTS / "com.zerova.traced"
          with bench.start("trace", "--listen", "com.zerova.traced", "--to", "com.zerova") as process:
             self.assertIn(f"listening at {place}, ", process.stderr.readline())

@@ -33,7 +33,7 @@ class Ping(bench.Case):
       return seen.out.splitlines()[-2:]
 
    def test_goes_through_all_steps(self):
-      with bench.Standin():
+      with bench.Simulator():
          seen = bench.run("ping", "--count", "3")
       self.assertEqual((seen.status, seen.err), (0, ""))
       lines = seen.out.splitlines()

@@ -1,13 +1,8 @@
-#include "service/standin/locator.h"
+#include "tools/simulator/locator_reply.h"
 
-#include <cctype>
-
-namespace zerova::standin {
+namespace zerova::simulator {
 
 namespace {
-
-constexpr std::string_view kRequestEnd = "\r\n\r\n";
-constexpr std::size_t kLongestRequest = 8192;
 
 int hexValue(char c)
 {
@@ -39,29 +34,9 @@ std::string reply(std::string_view status, const std::string& body)
           "\r\n\r\n" + body;
 }
 
-void serve(test::Stream& stream, const test::StopSignal& stop, std::uint16_t servicePort)
-{
-   std::string request;
-   char buffer[1024];
-   while (request.find(kRequestEnd) == std::string::npos && request.size() < kLongestRequest) {
-      const std::size_t count = stream.read(buffer, sizeof buffer, stop);
-      if (count == 0) return;
-      request.append(buffer, count);
-   }
-   stream.write(Locator::replyTo(request, servicePort), stop);
-}
-
 } // namespace
 
-Locator::Locator(const std::string& address, std::uint16_t port, std::uint16_t servicePort)
-   : acceptor_(test::Listener::tcp(address, port), "locator",
-               [servicePort](test::Stream& stream, const test::StopSignal& stop) {
-                  serve(stream, stop, servicePort);
-               })
-{
-}
-
-std::string Locator::replyTo(std::string_view request, std::uint16_t servicePort)
+std::string locatorReply(std::string_view request, std::uint16_t servicePort)
 {
    constexpr std::string_view kMethod = "GET ";
    const std::string_view line = request.substr(0, request.find("\r\n"));
@@ -74,4 +49,4 @@ std::string Locator::replyTo(std::string_view request, std::uint16_t servicePort
    return reply("200 OK", "Mapping=" + std::to_string(servicePort) + "\r\n");
 }
 
-} // namespace zerova::standin
+} // namespace zerova::simulator

@@ -1,15 +1,10 @@
-// How the service says no: a code and a status text that a translator can show to a user.
-#ifndef TESTS_SERVICE_STANDIN_REFUSAL_H
-#define TESTS_SERVICE_STANDIN_REFUSAL_H
-
-#include "apiv1_types.h"
+// The codes that the service refuses with, and the names that its texts give them.
+#ifndef TOOLS_SIMULATOR_ERROR_CODES_H
+#define TOOLS_SIMULATOR_ERROR_CODES_H
 
 #include <cstdint>
-#include <string>
-#include <string_view>
-#include <vector>
 
-namespace zerova::standin {
+namespace zerova::simulator {
 
 struct ErrorCode
 {
@@ -37,42 +32,10 @@ inline constexpr ErrorCode kNoImmediateRoute = {-89316, "zerova::errors::kErrorN
 inline constexpr ErrorCode kRouteIsImmediate = {-89317, "zerova::errors::kErrorRouteIsImmediate"};
 inline constexpr ErrorCode kUnsupportedVersion = {-89318,
                                                   "zerova::errors::kErrorUnsupportedVersion"};
+inline constexpr ErrorCode kModifierInUse = {-89319, "zerova::errors::kErrorModifierInUse"};
+inline constexpr ErrorCode kRouteForbidden = {-89320, "zerova::errors::kErrorRouteForbidden"};
+inline constexpr ErrorCode kSearchGivenUp = {-89321, "zerova::errors::kErrorSearchGivenUp"};
 
-// Collects what a refusal says, in order, and makes the exception that carries it:
-//    throw Refusal(kUnknownTicket).member("ticket", ticket).status();
-// The text begins with error_constant, file, line and component. Members stand behind them as they
-// are, and what is meant for a user stands at the end, under translator_info.
-class Refusal
-{
-public:
-   // The place is that of the caller; std::source_location is not in all compilers that we use.
-   explicit Refusal(ErrorCode code, const char* file = __builtin_FILE(),
-                    int line = __builtin_LINE());
-
-   Refusal& member(std::string_view key, std::string_view text);
-   Refusal& member(std::string_view key, std::int32_t number);
-
-   // A labelled value: the key is one of the translator's dictionary, such as "kUsageTypeDevice".
-   Refusal& usage(std::string_view key, std::string_view text);
-   Refusal& usageList(std::string_view key, const std::vector<std::string>& texts);
-   // The number of an attribute, for the keys that mean one, such as "kUsageTypeAttributeId".
-   Refusal& usage(std::string_view key, std::int32_t number);
-   // A sentence that is shown as it stands.
-   Refusal& elaboration(std::string_view text);
-   // A line of text, and one without any.
-   Refusal& header(std::string_view key);
-   Refusal& emptyLine();
-
-   ThriftStatus status() const;
-
-private:
-   Refusal& row(const std::string& row);
-
-   std::int32_t code_;
-   std::string members_; // each with a comma behind it
-   std::string rows_;    // with commas between them
-};
-
-} // namespace zerova::standin
+} // namespace zerova::simulator
 
 #endif

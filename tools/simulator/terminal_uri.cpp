@@ -1,9 +1,9 @@
-#include "service/standin/terminal_uri.h"
+#include "tools/simulator/terminal_uri.h"
 
 #include <algorithm>
 #include <vector>
 
-namespace zerova::standin {
+namespace zerova::simulator {
 
 namespace {
 
@@ -41,4 +41,4 @@ std::string foldedDeviceName(std::string_view name)
    return folded;
 }
 
-} // namespace zerova::standin
+} // namespace zerova::simulator

@@ -1,13 +1,14 @@
 #include "client.h"
-#include "standin_client.h"
+#include "stub_client.h"
+#include "tools/simulator/locator_reply.h"
 
 #include <filesystem>
 #include <thread>
 
-namespace zerova::standin {
+namespace zerova::test {
 namespace {
 
-using test::Stream;
+using namespace simulator;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::Gt;
@@ -20,11 +21,11 @@ using testing::SizeIs;
 
 namespace fs = std::filesystem;
 
-class StandInService : public StandIn
+class LaboratoryService : public Laboratory
 {
 protected:
-   Ticket calculateImmediate(const std::string& from = "/matrix1/ch0",
-                             const std::string& to = "/matrix1/ch1")
+   std::int32_t calculateImmediate(const std::string& from = "/matrix1/ch0",
+                                   const std::string& to = "/matrix1/ch1")
    {
       RouteAttributes attributes;
       attributes.__set_lifetime(RouteLifetime::IMMEDIATE);
@@ -47,7 +48,7 @@ protected:
    }
 };
 
-TEST_F(StandInService, AcceptsItsVersionAndRefusesOthers)
+TEST_F(LaboratoryService, AcceptsItsVersionAndRefusesOthers)
 {
    EXPECT_NO_THROW(client_->version("1.0"));
    const ThriftStatus status = refusalOf([&] { client_->version("2.0"); });
@@ -55,21 +56,21 @@ TEST_F(StandInService, AcceptsItsVersionAndRefusesOthers)
    EXPECT_THAT(status.description, HasSubstr(row("kUsageTypePossibleValues", R"(["1.0"])")));
 }
 
-TEST_F(StandInService, AnswersWhetherItIsADebugService)
+TEST_F(LaboratoryService, AnswersWhetherItIsADebugService)
 {
    EXPECT_FALSE(client_->isDebug());
-   const test::LoopbackAddress address;
+   const LoopbackAddress address;
    const RoutingService service({.address = address.text(), .isDebug = true});
    Client client(Stream::connectTcp(address.text(), service.port()));
    EXPECT_TRUE(client->isDebug());
 }
 
-TEST_F(StandInService, ListsItsDevices)
+TEST_F(LaboratoryService, ListsItsDevices)
 {
    EXPECT_THAT(devices(), ElementsAre("matrix1", "scanner2", "timer1", "digitizer3", "lamp4"));
 }
 
-TEST_F(StandInService, ListsAllAttributesForAnEmptyListOfNames)
+TEST_F(LaboratoryService, ListsAllAttributesForAnEmptyListOfNames)
 {
    EXPECT_THAT(terminals("timer1").at(0),
                ElementsAre(Pair("Connector", IsText("front")), Pair("InUse", IsBool(false)),
@@ -78,23 +79,30 @@ TEST_F(StandInService, ListsAllAttributesForAnEmptyListOfNames)
                            Pair("Name", IsText("/timer1/pulse"))));
 }
 
-TEST_F(StandInService, ListsTheAttributesThatAreNamed)
+TEST_F(LaboratoryService, ListsTheAttributesThatAreNamed)
 {
    EXPECT_THAT(terminals("TIMER1", {"Name", "Colour"}).at(0),
                ElementsAre(Pair("Name", IsText("/timer1/pulse"))));
 }
 
-TEST_F(StandInService, ListsNoTerminalsOfADeviceWithoutAny)
+TEST_F(LaboratoryService, ListsTheLinesOfADeviceBehindItsTerminals)
+{
+   EXPECT_THAT(terminals("timer1", {"Name", "IsLine", "Connector"}).at(4),
+               ElementsAre(Pair("Connector", IsText("backplane")), Pair("IsLine", IsBool(true)),
+                           Pair("Name", IsText("/timer1/trigger_line0"))));
+}
+
+TEST_F(LaboratoryService, ListsNoTerminalsOfADeviceWithoutAny)
 {
    EXPECT_THAT(terminals("lamp4"), IsEmpty());
 }
 
-TEST_F(StandInService, KnowsADeviceByItsAliasInAnyCase)
+TEST_F(LaboratoryService, KnowsADeviceByItsAliasInAnyCase)
 {
    EXPECT_EQ(terminals("Clock"), terminals("timer1"));
 }
 
-TEST_F(StandInService, NamesTheDevicesWhenItRefusesOne)
+TEST_F(LaboratoryService, NamesTheDevicesWhenItRefusesOne)
 {
    const ThriftStatus status = refusalOf([&] { terminals("nothing"); });
    EXPECT_EQ(status.code, kUnknownDevice.number);
@@ -102,13 +110,13 @@ TEST_F(StandInService, NamesTheDevicesWhenItRefusesOne)
                HasSubstr(R"("value":["matrix1","scanner2","timer1","digitizer3","lamp4"])"));
 }
 
-TEST_F(StandInService, EscapesWhatItRepeatsInARefusal)
+TEST_F(LaboratoryService, EscapesWhatItRepeatsInARefusal)
 {
    const ThriftStatus status = refusalOf([&] { terminals("a\"b\\c\n\x7F"); });
-   EXPECT_THAT(status.description, HasSubstr(R"("value":"a\"b\\c\u000a\u007f")"));
+   EXPECT_THAT(status.description, HasSubstr(R"("value":"a\"b\\c\n)"));
 }
 
-TEST_F(StandInService, TellsTerminalsFromOtherTexts)
+TEST_F(LaboratoryService, TellsTerminalsFromOtherTexts)
 {
    for (const char* uri : {"/matrix1/ch0", "matrix1/ch0", "/Matrix1//ch0/", "/switchbank/ch0"})
       EXPECT_TRUE(client_->validateTerminalURI(uri)) << uri;
@@ -117,7 +125,7 @@ TEST_F(StandInService, TellsTerminalsFromOtherTexts)
       EXPECT_FALSE(client_->validateTerminalURI(uri)) << uri;
 }
 
-TEST_F(StandInService, ComparesTerminalsByTheirNormalForm)
+TEST_F(LaboratoryService, ComparesTerminalsByTheirNormalForm)
 {
    EXPECT_TRUE(client_->areTerminalURIsEqual("/matrix1/ch0", "SWITCHBANK//ch0/"));
    EXPECT_FALSE(client_->areTerminalURIsEqual("/matrix1/ch0", "/matrix1/ch1"));
@@ -127,7 +135,7 @@ TEST_F(StandInService, ComparesTerminalsByTheirNormalForm)
              kMalformedUri.number);
 }
 
-TEST_F(StandInService, KeepsImmediateRoutesWhenTheirConnectionEnds)
+TEST_F(LaboratoryService, KeepsImmediateRoutesWhenTheirConnectionEnds)
 {
    {
       const auto other = connect();
@@ -141,21 +149,21 @@ TEST_F(StandInService, KeepsImmediateRoutesWhenTheirConnectionEnds)
    EXPECT_EQ(service_.routeCount(), 0U);
 }
 
-TEST_F(StandInService, DoesNotDestroyAnImmediateRouteByItsTicket)
+TEST_F(LaboratoryService, DoesNotDestroyAnImmediateRouteByItsTicket)
 {
-   const Ticket ticket = calculateImmediate();
+   const std::int32_t ticket = calculateImmediate();
    EXPECT_EQ(codeOf([&] { client_->destroyRoute(ticket); }), kRouteIsImmediate.number);
    EXPECT_NO_THROW(client_->reserveRoute(ticket));
 }
 
-TEST_F(StandInService, DestroysAnImmediateRouteInAnyStateAndFreesItsTerminals)
+TEST_F(LaboratoryService, DestroysAnImmediateRouteInAnyStateAndFreesItsTerminals)
 {
    client_->reserveRoute(calculateImmediate());
    client_->destroyImmediateRoute("/MATRIX1/ch0", "/matrix1/ch1");
    EXPECT_NO_THROW(client_->reserveRoute(calculateImmediate("/matrix1/ch2", "/matrix1/ch1")));
 }
 
-TEST_F(StandInService, RefusesToDestroyAnImmediateRouteThatIsNotThere)
+TEST_F(LaboratoryService, RefusesToDestroyAnImmediateRouteThatIsNotThere)
 {
    client_->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
    EXPECT_EQ(codeOf([&] { client_->destroyImmediateRoute("/matrix1/ch0", "/matrix1/ch1"); }),
@@ -163,7 +171,7 @@ TEST_F(StandInService, RefusesToDestroyAnImmediateRouteThatIsNotThere)
    EXPECT_EQ(service_.routeCount(), 1U);
 }
 
-TEST_F(StandInService, DestroysTheImmediateRoutesOfADeviceASourceOrADestination)
+TEST_F(LaboratoryService, DestroysTheImmediateRoutesOfADeviceASourceOrADestination)
 {
    client_->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_); // stays in every case
    calculateImmediate("/matrix1/ch0", "/matrix1/ch2");
@@ -178,7 +186,7 @@ TEST_F(StandInService, DestroysTheImmediateRoutesOfADeviceASourceOrADestination)
    EXPECT_EQ(service_.routeCount(), 1U);
 }
 
-TEST_F(StandInService, FindsNothingToDestroyWithoutARefusal)
+TEST_F(LaboratoryService, FindsNothingToDestroyWithoutARefusal)
 {
    EXPECT_NO_THROW(client_->destroyImmediateRoutesOnDevice("matrix1"));
    EXPECT_NO_THROW(client_->destroyImmediateRoutesFromSource("/matrix1/ch0"));
@@ -186,10 +194,10 @@ TEST_F(StandInService, FindsNothingToDestroyWithoutARefusal)
    EXPECT_EQ(codeOf([&] { client_->destroyImmediateRoutesOnDevice(""); }), kUnknownDevice.number);
 }
 
-TEST_F(StandInService, MovesItsChangeNumberWhenTerminalsChange)
+TEST_F(LaboratoryService, MovesItsChangeNumberWhenTerminalsChange)
 {
    const std::int32_t before = client_->getSystemChangeNumber();
-   const Ticket ticket = client_->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
+   const std::int32_t ticket = client_->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
    EXPECT_FALSE(client_->hasTerminalInformationChanged(before));
    client_->reserveRoute(ticket);
    EXPECT_TRUE(client_->hasTerminalInformationChanged(before));
@@ -200,9 +208,9 @@ TEST_F(StandInService, MovesItsChangeNumberWhenTerminalsChange)
    EXPECT_TRUE(client_->hasTerminalInformationChanged(after + 100));
 }
 
-TEST_F(StandInService, ResetsATerminalByDisconnectingIt)
+TEST_F(LaboratoryService, ResetsATerminalByDisconnectingIt)
 {
-   const Ticket kept = client_->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
+   const std::int32_t kept = client_->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
    client_->reserveRoute(kept);
    client_->programRoute(kept);
    client_->reserveRoute(calculateImmediate("/matrix1/ch0", "/matrix1/ch2"));
@@ -211,16 +219,16 @@ TEST_F(StandInService, ResetsATerminalByDisconnectingIt)
    EXPECT_NO_THROW(client_->destroyRoute(kept));
 }
 
-TEST_F(StandInService, ResetsATerminalByTakingItsSignalAway)
+TEST_F(LaboratoryService, ResetsATerminalByTakingItsSignalAway)
 {
-   const Ticket ticket = client_->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
+   const std::int32_t ticket = client_->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
    client_->reserveRoute(ticket);
    client_->programRoute(ticket);
    client_->resetTerminal("/matrix1/ch1", "tristate");
    EXPECT_NO_THROW(client_->unreserveRoute(ticket));
 }
 
-TEST_F(StandInService, RefusesAnUnknownTypeOfReset)
+TEST_F(LaboratoryService, RefusesAnUnknownTypeOfReset)
 {
    EXPECT_EQ(codeOf([&] { client_->resetTerminal("/matrix1/ch0", "melt"); }),
              kUnknownResetType.number);
@@ -228,11 +236,11 @@ TEST_F(StandInService, RefusesAnUnknownTypeOfReset)
              kUnknownResetType.number);
 }
 
-TEST_F(StandInService, CarriesOutACalculatedResetWhenItIsProgrammed)
+TEST_F(LaboratoryService, CarriesOutACalculatedResetWhenItIsProgrammed)
 {
-   const Ticket route = client_->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
+   const std::int32_t route = client_->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
    client_->reserveRoute(route);
-   const Ticket reset = client_->calculateResetTerminal("/matrix1/ch1", "disconnect");
+   const std::int32_t reset = client_->calculateResetTerminal("/matrix1/ch1", "disconnect");
    client_->reserveRoute(reset);
    EXPECT_EQ(codeOf([&] { client_->destroyRoute(route); }), kWrongRouteState.number);
    client_->programRoute(reset);
@@ -243,9 +251,9 @@ TEST_F(StandInService, CarriesOutACalculatedResetWhenItIsProgrammed)
    EXPECT_EQ(service_.routeCount(), 0U);
 }
 
-TEST_F(StandInService, TakesNoRoutesThroughADeviceInReset)
+TEST_F(LaboratoryService, TakesNoRoutesThroughADeviceInReset)
 {
-   const Ticket route = client_->calculateRoute("/timer1/pulse", "/digitizer3/start", plain_);
+   const std::int32_t route = client_->calculateRoute("/timer1/pulse", "/digitizer3/start", plain_);
    client_->reserveRoute(route);
    client_->initiateDeviceReset("Timer1");
    EXPECT_THAT(devices(), Not(Contains("timer1")));
@@ -257,7 +265,7 @@ TEST_F(StandInService, TakesNoRoutesThroughADeviceInReset)
    EXPECT_NO_THROW(client_->reserveRoute(route));
 }
 
-TEST_F(StandInService, KeepsTheTwoStepsOfADeviceResetInOrder)
+TEST_F(LaboratoryService, KeepsTheTwoStepsOfADeviceResetInOrder)
 {
    EXPECT_EQ(codeOf([&] { client_->completeDeviceReset("timer1"); }), kNoResetInitiated.number);
    client_->initiateDeviceReset("timer1");
@@ -266,7 +274,7 @@ TEST_F(StandInService, KeepsTheTwoStepsOfADeviceResetInOrder)
    EXPECT_EQ(codeOf([&] { client_->completeDeviceReset("timer1"); }), kNoResetInitiated.number);
 }
 
-TEST_F(StandInService, CompletesTheResetsOfAConnectionThatEnds)
+TEST_F(LaboratoryService, CompletesTheResetsOfAConnectionThatEnds)
 {
    {
       const auto other = connect();
@@ -276,15 +284,15 @@ TEST_F(StandInService, CompletesTheResetsOfAConnectionThatEnds)
    EXPECT_THAT(devices(), Contains("timer1"));
 }
 
-TEST_F(StandInService, SharesOneStateBetweenItsEndpoints)
+TEST_F(LaboratoryService, SharesOneStateBetweenItsEndpoints)
 {
-   const std::string folder = (fs::temp_directory_path() / test::ownEndpointName()).string();
-   const test::LoopbackAddress address;
+   const std::string folder = (fs::temp_directory_path() / ownEndpointName()).string();
+   const LoopbackAddress address;
    {
       const RoutingService service(
          {.local = true, .endpointDir = folder, .address = address.text()});
       Client remote(Stream::connectTcp(address.text(), service.port()));
-      const Ticket ticket = remote->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
+      const std::int32_t ticket = remote->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
       Client local(Stream::connectLocal("com.zerova", folder));
       EXPECT_NO_THROW(local->reserveRoute(ticket));
       Client immediate(Stream::connectLocal("com.zerova.immediate", folder));
@@ -293,14 +301,15 @@ TEST_F(StandInService, SharesOneStateBetweenItsEndpoints)
    EXPECT_FALSE(fs::exists(folder));
 }
 
-TEST_F(StandInService, MakesRoutesImmediateOnTheImmediateEndpointUnlessTheySayOtherwise)
+TEST_F(LaboratoryService, MakesRoutesImmediateOnTheImmediateEndpointUnlessTheySayOtherwise)
 {
-   const std::string folder = (fs::temp_directory_path() / test::ownEndpointName()).string();
+   const std::string folder = (fs::temp_directory_path() / ownEndpointName()).string();
    const RoutingService service({.local = true, .endpointDir = folder});
    Client immediate(Stream::connectLocal("com.zerova.immediate", folder));
    Client local(Stream::connectLocal("com.zerova", folder));
    const auto destroyRoute = [&](Client& client, const RouteAttributes& attributes) {
-      const Ticket ticket = client->calculateRoute("/matrix1/ch0", "/matrix1/ch1", attributes);
+      const std::int32_t ticket =
+         client->calculateRoute("/matrix1/ch0", "/matrix1/ch1", attributes);
       client->destroyRoute(ticket);
    };
    EXPECT_EQ(codeOf([&] { destroyRoute(immediate, plain_); }), kRouteIsImmediate.number);
@@ -310,9 +319,9 @@ TEST_F(StandInService, MakesRoutesImmediateOnTheImmediateEndpointUnlessTheySayOt
    EXPECT_NO_THROW(destroyRoute(immediate, attributes));
 }
 
-TEST_F(StandInService, LeavesNothingBehindWhenOneOfItsEndpointsIsTaken)
+TEST_F(LaboratoryService, LeavesNothingBehindWhenOneOfItsEndpointsIsTaken)
 {
-   const std::string folder = (fs::temp_directory_path() / test::ownEndpointName()).string();
+   const std::string folder = (fs::temp_directory_path() / ownEndpointName()).string();
    EXPECT_THROW(RoutingService({.local = true,
                                 .endpointDir = folder,
                                 .address = address_.text(),
@@ -321,23 +330,23 @@ TEST_F(StandInService, LeavesNothingBehindWhenOneOfItsEndpointsIsTaken)
    EXPECT_FALSE(fs::exists(folder));
 }
 
-TEST_F(StandInService, GoesOnAfterAClientThatDoesNotSpeakTheProtocol)
+TEST_F(LaboratoryService, GoesOnAfterAClientThatDoesNotSpeakTheProtocol)
 {
    for (const char* bytes : {"\x7F\xFF\xFF\xFF", "\xFF\xFF\xFF\xFF", "\0\0\0\x04\x80\x02\0\x01"}) {
       Stream stream = Stream::connectTcp(address_.text(), service_.port());
-      ASSERT_TRUE(test::writeAll(stream, std::string(bytes, bytes[0] ? 4 : 8)));
-      EXPECT_EQ(test::readToEnd(stream), "");
+      ASSERT_TRUE(writeAll(stream, std::string(bytes, bytes[0] ? 4 : 8)));
+      EXPECT_EQ(readToEnd(stream), "");
    }
    EXPECT_NO_THROW(client_->version("1.0"));
 }
 
-TEST_F(StandInService, ServesManyClientsAtOnce)
+TEST_F(LaboratoryService, ServesManyClientsAtOnce)
 {
    const auto work = [this] {
       const auto connection = connect();
       Client& client = *connection;
       for (int i = 0; i < 50; ++i) {
-         const Ticket ticket = client->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
+         const std::int32_t ticket = client->calculateRoute("/matrix1/ch0", "/matrix1/ch1", plain_);
          std::vector<DeviceInfo> devices;
          client->getRouteInfo(devices, ticket);
          EXPECT_THAT(devices, SizeIs(1));
@@ -352,27 +361,26 @@ TEST_F(StandInService, ServesManyClientsAtOnce)
    EXPECT_EQ(service_.routeCount(), 0U);
 }
 
-TEST(StandInLocator, NamesThePortForTheServicePathAlone)
+TEST(LocatorReply, NamesThePortForTheServicePathAlone)
 {
-   const std::string known = Locator::replyTo("GET Trevanta%2FZerova HTTP/1.0\r\n\r\n", 4711);
+   const std::string known = locatorReply("GET Trevanta%2FZerova HTTP/1.0\r\n\r\n", 4711);
    EXPECT_THAT(known, HasSubstr("HTTP/1.0 200 OK\r\n"));
    EXPECT_THAT(known, HasSubstr("\r\n\r\nMapping=4711\r\n"));
-   EXPECT_EQ(Locator::replyTo("GET /Trevanta/Zerova HTTP/1.0\r\n\r\n", 4711), known);
+   EXPECT_EQ(locatorReply("GET /Trevanta/Zerova HTTP/1.0\r\n\r\n", 4711), known);
    for (const char* request :
         {"GET Trevanta%2FOther HTTP/1.0\r\n\r\n", "GET  HTTP/1.0\r\n\r\n",
          "PUT Trevanta%2FZerova HTTP/1.0\r\n\r\n", "\r\n\r\n", "GET x\r\n\r\n"})
-      EXPECT_THAT(Locator::replyTo(request, 4711), Not(HasSubstr("="))) << request;
+      EXPECT_THAT(locatorReply(request, 4711), Not(HasSubstr("="))) << request;
 }
 
-TEST(StandInLocator, AnswersOnTheAddressOfTheService)
+TEST(LocatorReply, AnswersOnTheAddressOfTheService)
 {
-   const test::LoopbackAddress address;
+   const LoopbackAddress address;
    const RoutingService service({.address = address.text(), .locatorPort = 3580});
    Stream stream = Stream::connectTcp(address.text(), 3580);
-   ASSERT_TRUE(test::writeAll(stream, "GET Trevanta%2FZerova HTTP/1.0\r\n\r\n"));
-   EXPECT_THAT(test::readToEnd(stream),
-               HasSubstr("Mapping=" + std::to_string(service.port()) + "\r\n"));
+   ASSERT_TRUE(writeAll(stream, "GET Trevanta%2FZerova HTTP/1.0\r\n\r\n"));
+   EXPECT_THAT(readToEnd(stream), HasSubstr("Mapping=" + std::to_string(service.port()) + "\r\n"));
 }
 
 } // namespace
-} // namespace zerova::standin
+} // namespace zerova::test

@@ -1,13 +1,14 @@
-// A client of the stand-in service, made of the generated stubs alone.
-#ifndef TESTS_UNIT_SERVICE_STANDIN_CLIENT_H
-#define TESTS_UNIT_SERVICE_STANDIN_CLIENT_H
+// A client made of the generated stubs alone, and a service to try.
+#ifndef TESTS_UNIT_SERVICE_STUB_CLIENT_H
+#define TESTS_UNIT_SERVICE_STUB_CLIENT_H
 
+#include "APIv1.h"
 #include "service/json_check.h"
 #include "service/loopback_address.h"
-#include "service/standin/inventory.h"
-#include "service/standin/refusal.h"
-#include "service/standin/routing_service.h"
-#include "service/standin/stream_transport.h"
+#include "service/routing_service.h"
+#include "service/stream_transport.h"
+#include "tools/simulator/attributes.h"
+#include "tools/simulator/error_codes.h"
 
 #include <gmock/gmock.h>
 #include <thrift/protocol/TBinaryProtocol.h>
@@ -17,12 +18,12 @@
 #include <memory>
 #include <string>
 
-namespace zerova::standin {
+namespace zerova::test {
 
 class Client
 {
 public:
-   explicit Client(test::Stream stream)
+   explicit Client(Stream stream)
       : stream_(std::move(stream))
       , stub_(std::make_shared<apache::thrift::protocol::TBinaryProtocol>(
            std::make_shared<apache::thrift::transport::TFramedTransport>(
@@ -34,21 +35,21 @@ public:
    APIv1Client* operator->() { return &stub_; }
 
 private:
-   test::StopSignal never_;
-   test::Stream stream_;
+   StopSignal never_;
+   Stream stream_;
    APIv1Client stub_;
 };
 
 // A service on an address of its own and a first client of it.
-class StandIn : public testing::Test
+class Laboratory : public testing::Test
 {
 protected:
    std::unique_ptr<Client> connect()
    {
-      return std::make_unique<Client>(test::Stream::connectTcp(address_.text(), service_.port()));
+      return std::make_unique<Client>(Stream::connectTcp(address_.text(), service_.port()));
    }
 
-   test::LoopbackAddress address_;
+   LoopbackAddress address_;
    RoutingService service_{{.address = address_.text()}};
    std::unique_ptr<Client> first_ = connect();
    Client& client_ = *first_;
@@ -62,12 +63,12 @@ inline ThriftStatus refusalOf(const std::function<void()>& action)
    try {
       action();
    } catch (const ThriftStatus& status) {
-      EXPECT_TRUE(test::isJsonDocument(status.description)) << status.description;
+      EXPECT_TRUE(isJsonDocument(status.description)) << status.description;
       EXPECT_THAT(status.description,
                   testing::AllOf(testing::StartsWith(R"({"error_constant":"zerova::errors::k)"),
                                  testing::HasSubstr(R"(,"file":")"),
                                  testing::HasSubstr(R"(","line":)"),
-                                 testing::HasSubstr(R"("component":"zerova_service_standin")")));
+                                 testing::HasSubstr(R"("component":"zerova-simulator")")));
       return status;
    }
    ADD_FAILURE() << "nothing was refused";
@@ -95,6 +96,6 @@ MATCHER_P(IsBool, value, "")
    return arg.attr_type == AttrType::BOOL && arg.bool_attr == value;
 }
 
-} // namespace zerova::standin
+} // namespace zerova::test
 
 #endif

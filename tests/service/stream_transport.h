@@ -1,6 +1,6 @@
 // A connected stream as the bottom of a server's protocol stack.
-#ifndef TESTS_SERVICE_STANDIN_STREAM_TRANSPORT_H
-#define TESTS_SERVICE_STANDIN_STREAM_TRANSPORT_H
+#ifndef TESTS_SERVICE_STREAM_TRANSPORT_H
+#define TESTS_SERVICE_STREAM_TRANSPORT_H
 
 #include "service/stream.h"
 
@@ -9,19 +9,19 @@
 #include <cstdint>
 #include <string_view>
 
-namespace zerova::standin {
+namespace zerova::test {
 
 // Borrows both. The end of the stream, also by the stop signal, reads as 0 bytes.
 class StreamTransport : public apache::thrift::transport::TVirtualTransport<StreamTransport>
 {
 public:
-   StreamTransport(test::Stream& stream, const test::StopSignal& stop)
+   StreamTransport(Stream& stream, const StopSignal& stop)
       : stream_(stream)
       , stop_(stop)
    {
    }
 
-   bool isOpen() const override { return stream_.end() == test::StreamEnd::kOpen; }
+   bool isOpen() const override { return stream_.end() == StreamEnd::kOpen; }
 
    std::uint32_t read(std::uint8_t* buffer, std::uint32_t length)
    {
@@ -37,10 +37,10 @@ public:
    }
 
 private:
-   test::Stream& stream_;
-   const test::StopSignal& stop_;
+   Stream& stream_;
+   const StopSignal& stop_;
 };
 
-} // namespace zerova::standin
+} // namespace zerova::test
 
 #endif

@@ -1,12 +1,12 @@
 // Terminal URIs: "/device/terminal".
-#ifndef TESTS_SERVICE_STANDIN_TERMINAL_URI_H
-#define TESTS_SERVICE_STANDIN_TERMINAL_URI_H
+#ifndef TOOLS_SIMULATOR_TERMINAL_URI_H
+#define TOOLS_SIMULATOR_TERMINAL_URI_H
 
 #include <optional>
 #include <string>
 #include <string_view>
 
-namespace zerova::standin {
+namespace zerova::simulator {
 
 struct TerminalUri
 {
@@ -25,6 +25,6 @@ std::optional<TerminalUri> parseTerminalUri(std::string_view text);
 // are one device if this gives the same text for both. Terminal names are compared as they stand.
 std::string foldedDeviceName(std::string_view name);
 
-} // namespace zerova::standin
+} // namespace zerova::simulator
 
 #endif
