@@ -1,8 +1,8 @@
 #include "tools/simulator/topology_file.h"
 
 #include "tools/simulator/calls.h"
-#include "tools/simulator/near_name.h"
 #include "tools/simulator/terminal_uri.h"
+#include "tools/support/near_name.h"
 
 #include <nlohmann/json.hpp>
 #include <toml++/toml.h>
@@ -20,6 +20,7 @@ namespace zerova::simulator {
 
 namespace {
 
+using tools::nearName;
 using Names = std::vector<std::string>;
 
 constexpr std::int64_t kVersion = 1;

@@ -3,6 +3,8 @@
 #include "tools/zerovactl/language.h"
 #include "tools/zerovactl/shown_text.h"
 
+#include "tools/support/near_name.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -20,7 +22,8 @@ constexpr char kAbout[] =
 constexpr char kStatuses[] =
    "Results go to standard output, all else to standard error.\n"
    "Exit status: 0 done, 1 the service refused, 2 wrong use, 3 no session, 4 the session broke,\n"
-   "5 the answer is no, 124 --timeout ran out, 130 Ctrl-C.\n"
+   "5 the answer is no, 124 --timeout ran out, 129 the terminal was lost, 130 Ctrl-C,\n"
+   "143 a request to terminate.\n"
    "\"zerovactl COMMAND --help\" shows examples. \"man zerovactl\" tells the rest.\n";
 
 // What is declared once and filled in when the command line is read.
@@ -51,6 +54,7 @@ public:
       : parsed_(parsed)
       , app_(kAbout, "zerovactl")
    {
+      app_.allow_windows_style_options(false); // on no system: terminals begin with a slash
       app_.require_subcommand(0, 1);
       app_.fallthrough();
       app_.get_formatter()->column_width(34);
@@ -97,7 +101,7 @@ private:
          ->type_name("S")
          ->check(CLI::Range(0.001, 1e9));
       app_.add_flag("--json", invocation.asJson,
-                    "print one JSON document (watch, trace: one line an event)");
+                    "print one JSON document (watch, trace, route --hold: one line an event)");
       app_
          .add_option("--lang", parsed_.language,
                      "language of failures: en, fr, de, ja, ko, zh; default that of the locale")
@@ -355,20 +359,74 @@ void check(Invocation& invocation, const std::string& language, bool isRoute)
    invocation.target.language = *known;
 }
 
+// The command that was given, of those of a group the inner one.
+const CLI::App& givenCommand(const CLI::App& app)
+{
+   const auto given = app.get_subcommands();
+   return given.empty() ? app : givenCommand(*given.front());
+}
+
+std::vector<std::string> commandsOf(const CLI::App& app)
+{
+   std::vector<std::string> names;
+   for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+      names.push_back(command->get_name());
+   return names;
+}
+
+void addOptionsOf(const CLI::App& app, std::vector<std::string>& names)
+{
+   for (const CLI::Option* option : app.get_options())
+      for (const std::string& name : option->get_lnames())
+         names.push_back("--" + name);
+}
+
+// A sentence about the first word that is no command and no option, and what it was probably to be.
+// Empty where the mistake is another one.
+std::string unknownWord(const CLI::App& app)
+{
+   const auto words = app.remaining(true);
+   if (words.empty()) return {};
+   const std::string& word = words.front();
+   const CLI::App& command = givenCommand(app);
+   const bool isOption = !word.empty() && word.front() == '-';
+   std::vector<std::string> names = isOption ? std::vector<std::string>() : commandsOf(command);
+   if (isOption) {
+      addOptionsOf(app, names);
+      for (const CLI::App* one = &command; one != &app; one = one->get_parent())
+         addOptionsOf(*one, names);
+   }
+   const std::string near = zerova::tools::nearName(word, names);
+   if (near.empty() && (names.empty() || isOption)) return {};
+   std::string kind = isOption ? "option" : "command";
+   if (&command != &app) kind += " of " + command.get_name();
+   return "\"" + shown(word) + "\" is no " + kind +
+          (near.empty() ? "; --help lists them" : "; did you mean \"" + near + "\"?");
+}
+
 } // namespace
 
-std::optional<Invocation> parseArguments(int argc, char** argv, std::string& help)
+bool asksForJson(const std::vector<std::string>& arguments)
+{
+   const auto end = std::find(arguments.begin(), arguments.end(), "--");
+   return std::find(arguments.begin(), end, "--json") != end;
+}
+
+std::optional<Invocation> parseArguments(std::vector<std::string> arguments, std::string& help)
 {
    // What runs later refers to both.
    static Parsed parsed;
    static Commands commands(parsed);
    CLI::App& app = commands.app();
    try {
-      app.parse(argc, argv);
+      std::reverse(arguments.begin(), arguments.end()); // as the parser wants them
+      app.parse(std::move(arguments));
    } catch (const CLI::CallForHelp&) {
       help = app.help();
       return {};
    } catch (const CLI::ParseError& error) {
+      if (const std::string words = unknownWord(app); !words.empty())
+         throw Failure(kWrongUse, words);
       std::string text = error.what();
       std::replace(text.begin(), text.end(), '\n', ' ');
       throw Failure(kWrongUse, shown(text) + "; --help tells more");

@@ -7,6 +7,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zerovactl {
 
@@ -19,7 +20,10 @@ struct Invocation
 };
 
 // Throws Failure with kWrongUse. Empty: help was asked for and has been put into help.
-std::optional<Invocation> parseArguments(int argc, char** argv, std::string& help);
+std::optional<Invocation> parseArguments(std::vector<std::string> arguments, std::string& help);
+
+// For a command line that may be none.
+bool asksForJson(const std::vector<std::string>& arguments);
 
 } // namespace zerovactl
 

@@ -98,8 +98,6 @@ struct TraceOptions
 };
 int trace(Context& context, const TraceOptions& options);
 
-// Of the library that the program has loaded: the file that its name leads to ends in it.
-std::string libraryVersion();
 int showVersion(Context& context);
 
 } // namespace zerovactl

@@ -1,7 +1,8 @@
 #include "tools/zerovactl/deadline.h"
 
-#include "tools/zerovactl/exit_status.h"
+#include "tools/zerovactl/output.h"
 #include "tools/zerovactl/system.h"
+#include "tools/zerovactl/temporary_path.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -9,17 +10,21 @@
 
 namespace zerovactl {
 
-Deadline::Deadline(double seconds)
+Deadline::Deadline(double seconds, bool asJson)
 {
    if (seconds <= 0) return;
-   thread_ = std::thread([this, seconds] {
+   thread_ = std::thread([this, seconds, asJson] {
       std::unique_lock lock(mutex_);
       if (ended_.wait_for(lock, std::chrono::duration<double>(seconds),
                           [this] { return isEnded_; }))
          return;
       std::ostringstream words;
-      words << "zerovactl: not done within " << seconds << " s (--timeout)\n";
-      writeLastWords(words.str());
+      words << "not done within " << seconds << " s (--timeout)";
+      if (asJson)
+         writeLastWords(Stream::kOutput,
+                        failureDocument(Failure(kTimedOut, words.str())).dump() + '\n');
+      writeLastWords(Stream::kError, "zerovactl: " + words.str() + '\n');
+      TemporaryPath::removeAll();
       std::_Exit(kTimedOut);
    });
 }

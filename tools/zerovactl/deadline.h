@@ -13,7 +13,7 @@ namespace zerovactl {
 class Deadline
 {
 public:
-   explicit Deadline(double seconds); // 0: no bound
+   Deadline(double seconds, bool asJson); // 0: no bound
    ~Deadline();
    Deadline(const Deadline&) = delete;
    Deadline& operator=(const Deadline&) = delete;

@@ -17,9 +17,6 @@ namespace {
 // What the translator's script answers for a code that no file has.
 constexpr std::string_view kNoSentence = "Error description not found";
 
-// The time for a text that was made to collide grows with the square of its length.
-constexpr std::size_t kLongestJson = std::size_t{64} * 1024;
-
 char* QUELERR_CALL giveMemory(void*, std::size_t length, void*, quelerr_Status* status)
 {
    char* const block = static_cast<char*>(std::malloc(length));
@@ -150,8 +147,8 @@ std::optional<std::string> sentenceOf(std::int32_t code, std::uint32_t language)
 Details detailsOf(const std::string& json, std::uint32_t language)
 {
    Details details;
-   if (json.size() > kLongestJson) {
-      details.problem = "longer than " + std::to_string(kLongestJson) + " bytes";
+   if (json.size() > kLongestStatusJson) {
+      details.problem = "longer than " + std::to_string(kLongestStatusJson) + " bytes";
       return details;
    }
    Translator translator("", "");
@@ -191,7 +188,7 @@ std::vector<std::string> linesOf(const std::vector<Row>& rows)
 {
    std::size_t width = 0;
    for (const Row& row : rows)
-      if (row.type == "usage") width = std::max(width, columnsOf(shown(row.key)));
+      if (row.type == "usage") width = std::max(width, widthFor(shown(row.key)));
    std::vector<std::string> lines;
    for (const Row& row : rows) {
       std::string values;

@@ -4,6 +4,7 @@
 
 #include "tools/zerovactl/machine_settings.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -28,6 +29,9 @@ struct Details
 // The sentence that stands for a code in the machine's error description files, else in those of the
 // library. None where no file has one.
 std::optional<std::string> sentenceOf(std::int32_t code, std::uint32_t language);
+
+// The time for a text that was made to collide grows with the square of its length.
+inline constexpr std::size_t kLongestStatusJson = std::size_t{64} * 1024;
 
 // What a status JSON holds.
 Details detailsOf(const std::string& json, std::uint32_t language);

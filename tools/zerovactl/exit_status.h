@@ -13,7 +13,9 @@ enum ExitStatus
    kSessionBroke = 4,
    kNo = 5, // asked, and the answer is no
    kTimedOut = 124,
-   kInterrupted = 130
+   kTerminalLost = 129,
+   kInterrupted = 130,
+   kAskedToEnd = 143
 };
 
 } // namespace zerovactl

@@ -1,17 +1,12 @@
 #include "tools/zerovactl/commands.h"
 #include "tools/zerovactl/descriptions.h"
-#include "tools/zerovactl/language.h"
+#include "tools/zerovactl/file_content.h"
 #include "tools/zerovactl/shown_text.h"
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <fstream>
-#include <iostream>
-#include <iterator>
 #include <optional>
 #include <sstream>
-#include <system_error>
 
 namespace zerovactl {
 
@@ -31,21 +26,16 @@ std::optional<std::int32_t> codeIn(const std::string& text)
 
 std::string contentOf(const std::string& thing)
 {
-   std::ostringstream content;
+   constexpr std::size_t kEnough = kLongestStatusJson + 1;
    if (thing == "-") {
-      content << std::cin.rdbuf();
-      if (content.str().empty()) throw Failure(kWrongUse, "standard input is empty");
-      return content.str();
+      const std::string content = contentOfInput(kEnough);
+      if (content.empty()) throw Failure(kWrongUse, "standard input is empty");
+      return content;
    }
    const std::string name = thing.substr(1);
-   errno = 0;
-   std::ifstream file(name, std::ios::binary);
-   if (file) {
-      content << file.rdbuf();
-      if (file && !content.str().empty()) return content.str();
-   }
-   throw Failure(kFailed, shown(name) + ": " +
-                             (errno != 0 ? std::generic_category().message(errno) : "it is empty"));
+   const std::string content = contentOfFile(name, kEnough);
+   if (content.empty()) throw Failure(kFailed, shown(name) + ": it is empty");
+   return content;
 }
 
 Json asJson(const std::vector<Row>& rows)

@@ -4,6 +4,8 @@
 
 #include "tools/zerovactl/exit_status.h"
 
+#include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -13,13 +15,15 @@ namespace zerovactl {
 class Failure : public std::runtime_error
 {
 public:
-   Failure(ExitStatus status, const std::string& text)
+   Failure(ExitStatus status, const std::string& text, std::optional<std::int32_t> statusCode = {})
       : std::runtime_error(text)
       , exitStatus(status)
+      , code(statusCode)
    {
    }
 
    ExitStatus exitStatus;
+   std::optional<std::int32_t> code; // of the status that tells it
 };
 
 // Whoever read our output has gone; nobody is left to be told.

@@ -1,7 +1,8 @@
 #include "tools/zerovactl/language.h"
 
+#include "tools/zerovactl/system.h"
+
 #include <algorithm>
-#include <cstdlib>
 
 namespace zerovactl {
 
@@ -22,11 +23,7 @@ std::optional<std::uint32_t> languageOf(std::string_view text)
 
 std::uint32_t userLanguage()
 {
-   for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-      const char* const value = std::getenv(variable);
-      if (value && *value) return languageOf(std::string_view(value).substr(0, 2)).value_or(0);
-   }
-   return 0;
+   return languageOf(userLocale().substr(0, 2)).value_or(0);
 }
 
 } // namespace zerovactl

@@ -30,7 +30,7 @@ inline constexpr std::array<Language, 6> kLanguages = {{{"English", "english", "
 // By its name or a code, without regard to case.
 std::optional<std::uint32_t> languageOf(std::string_view text);
 
-// That of the user, by LC_ALL, LC_MESSAGES and LANG; else English.
+// That of the user, else English.
 std::uint32_t userLanguage();
 
 bool equalsIgnoringCase(std::string_view left, std::string_view right);

@@ -1,13 +1,13 @@
 #include "tools/zerovactl/machine_settings.h"
 
 #include "tools/zerovactl/system.h"
+#include "tools/zerovactl/utf8_path.h"
 
 #include "platform/directory.h"
 #include "platform/settings_tree.h"
 #include "platform/standard_folders.h"
 
 #include <array>
-#include <cstring>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -23,7 +23,7 @@ constexpr std::uint32_t kNotThere = 2;
 
 std::vector<std::uint16_t> widened(const std::string& text)
 {
-   const std::u16string wide = std::filesystem::path(text).u16string();
+   const std::u16string wide = pathOf(text).u16string();
    std::vector<std::uint16_t> units(wide.begin(), wide.end());
    units.push_back(0);
    return units;
@@ -31,23 +31,14 @@ std::vector<std::uint16_t> widened(const std::string& text)
 
 std::string narrowed(const std::uint16_t* units, std::size_t count)
 {
-   const std::u16string wide(units, units + count);
-   const std::u8string text = std::filesystem::path(wide).u8string();
-   return {text.begin(), text.end()};
-}
-
-std::string withSlashes(std::string path)
-{
-   for (char& c : path)
-      if (c == '\\') c = '/';
-   return path;
+   return textOf(std::u16string(units, units + count));
 }
 
 Setting read(const std::string& key, const std::string& name, bool of32Bit)
 {
    Setting setting;
    setting.name = name;
-   setting.place = settingsRoot() + (of32Bit ? "32/" : "/") + withSlashes(key) + "/" + name;
+   setting.place = settingPlace(key, name, of32Bit);
    platform::SettingsKeyHandle handle = 0;
    const std::uint32_t access =
       platform::kSettingsRead | (of32Bit ? platform::kSettingsOf32Bit : 0);
@@ -72,7 +63,7 @@ Setting read(const std::string& key, const std::string& name, bool of32Bit)
    if (failure == kNotThere)
       setting.problem = "not set";
    else if (failure != 0)
-      setting.problem = std::generic_category().message(static_cast<int>(failure));
+      setting.problem = systemText(static_cast<int>(failure));
    return setting;
 }
 
@@ -107,13 +98,8 @@ Setting sharedFolder64()
 std::vector<Setting> pluginVariables()
 {
    std::vector<Setting> variables;
-   platform::Directory folder;
-   const std::string path = settingsRoot() + "32/" + kPlugin;
-   if (platform::openDirectory(path.c_str(), &folder) != 0) return variables;
-   platform::DirectoryEntry entry;
-   while (platform::readEntry(&folder, &entry))
-      if (entry.isRegular) variables.push_back(read(kPlugin, entry.name, true));
-   platform::closeDirectory(&folder);
+   for (const std::string& name : settingNames(kPlugin, true))
+      variables.push_back(read(kPlugin, name, true));
    return variables;
 }
 
@@ -142,10 +128,10 @@ std::string ownTexts()
 {
    const std::filesystem::path program = programPath().parent_path();
    // Installed; then in the folder of a build.
-   for (const char* way : {ZEROVACTL_WAY_TO_TEXTS, "../../texts/generated"}) {
+   for (const char* way : {ZEROVACTL_WAY_TO_TEXTS, ZEROVACTL_WAY_TO_BUILT_TEXTS}) {
       std::error_code error;
       const auto folder = std::filesystem::canonical(program / way, error);
-      if (!error) return folder.string();
+      if (!error) return textOf(folder);
    }
    return {};
 }

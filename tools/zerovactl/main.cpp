@@ -6,34 +6,57 @@
 
 #include <exception>
 
-int main(int argc, char** argv)
+namespace zerovactl {
+
+namespace {
+
+// Calls the work, and tells what it throws.
+template <typename Work>
+int endOf(Output& output, Work work)
 {
-   using namespace zerovactl;
-   ignoreClosedPipes();
-   bool asJson = false;
    try {
-      std::string help;
-      const auto invocation = parseArguments(argc, argv, help);
-      if (!invocation) {
-         Output output(false);
-         output.text(help);
-         output.flush();
-         return kDone;
-      }
-      asJson = invocation->asJson;
-      const Deadline deadline(invocation->timeout);
-      Output output(asJson);
-      Context context{output, invocation->target};
-      const int status = invocation->run(context);
-      output.flush();
-      return status;
+      return work();
    } catch (const Failure& failure) {
-      Output(asJson).message(failure.what());
+      output.failure(failure);
       return failure.exitStatus;
    } catch (const ReaderGone&) {
       return kDone;
    } catch (const std::exception& error) {
-      Output(asJson).message(error.what());
+      output.failure(Failure(kFailed, error.what()));
       return kFailed;
    }
+}
+
+int run(const std::vector<std::string>& arguments)
+{
+   std::string help;
+   const auto invocation = parseArguments(arguments, help);
+   if (!invocation) {
+      Output output(false);
+      output.text(help);
+      output.flush();
+      return kDone;
+   }
+   const Deadline deadline(invocation->timeout, invocation->asJson);
+   Output output(invocation->asJson);
+   // Within the time too: standard error may be what hangs.
+   return endOf(output, [&] {
+      Context context{output, invocation->target};
+      const int status = invocation->run(context);
+      output.flush();
+      return status;
+   });
+}
+
+} // namespace
+
+} // namespace zerovactl
+
+int main(int argc, char** argv)
+{
+   using namespace zerovactl;
+   beginProcess();
+   const auto arguments = commandLine(argc, argv);
+   Output output(asksForJson(arguments));
+   return endOf(output, [&arguments] { return run(arguments); });
 }

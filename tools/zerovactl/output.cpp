@@ -1,18 +1,14 @@
 #include "tools/zerovactl/output.h"
 
-#include "tools/zerovactl/failure.h"
 #include "tools/zerovactl/shown_text.h"
 #include "tools/zerovactl/system.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
-#include <iostream>
-#include <system_error>
+#include <utility>
 
 namespace zerovactl {
 
@@ -26,28 +22,33 @@ bool isSet(const char* variable)
    return value && *value;
 }
 
-bool takesColour()
+std::tm utcTime(std::chrono::sys_seconds moment)
 {
-   const char* const kind = std::getenv("TERM");
-   return isTerminal(1) && !isSet("NO_COLOR") && kind && std::strcmp(kind, "dumb") != 0;
+   const auto day = std::chrono::floor<std::chrono::days>(moment);
+   const std::chrono::year_month_day date(day);
+   const std::chrono::hh_mm_ss time(moment - day);
+   std::tm parts = {};
+   parts.tm_year = int(date.year()) - 1900;
+   parts.tm_mon = int(unsigned(date.month())) - 1;
+   parts.tm_mday = int(unsigned(date.day()));
+   parts.tm_hour = static_cast<int>(time.hours().count());
+   parts.tm_min = static_cast<int>(time.minutes().count());
+   parts.tm_sec = static_cast<int>(time.seconds().count());
+   return parts;
 }
 
 std::string timeText(std::chrono::system_clock::time_point moment, bool isUtc)
 {
-   using std::chrono::milliseconds;
-   const std::time_t seconds = std::chrono::system_clock::to_time_t(moment);
-   const auto part =
-      std::chrono::duration_cast<milliseconds>(moment.time_since_epoch()).count() % 1000;
-   std::tm parts = {};
-   if (isUtc)
-      gmtime_r(&seconds, &parts);
-   else
-      localtime_r(&seconds, &parts);
+   const auto whole = std::chrono::floor<std::chrono::seconds>(moment);
+   const auto part = std::chrono::floor<std::chrono::milliseconds>(moment - whole);
+   const std::time_t seconds = std::chrono::system_clock::to_time_t(whole);
+   const std::tm parts = isUtc ? utcTime(whole) : localTime(seconds);
    std::array<char, 64> text;
    const std::size_t length =
       isUtc ? std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts)
             : std::strftime(text.data(), text.size(), "%H:%M:%S", &parts);
-   std::snprintf(text.data() + length, text.size() - length, ".%03d", static_cast<int>(part));
+   std::snprintf(text.data() + length, text.size() - length, ".%03d",
+                 static_cast<int>(part.count()));
    return text.data();
 }
 
@@ -65,11 +66,12 @@ std::string timeOfDayText(std::chrono::system_clock::time_point moment)
 
 Output::Output(bool asJson)
    : asJson_(asJson)
-   , hasColour_(!asJson && takesColour())
-   , showsProgress_(isTerminal(2))
+   , hasColour_(!asJson && !isSet("NO_COLOR") && takesEscapes(Stream::kOutput))
+   , showsProgress_(takesEscapes(Stream::kError))
 {
    std::string codeSet;
-   if ((isTerminal(1) || isTerminal(2)) && !terminalTakesUtf8(codeSet)) narrowCodeSet_ = codeSet;
+   if ((isTerminal(Stream::kOutput) || isTerminal(Stream::kError)) && !terminalTakesUtf8(codeSet))
+      narrowCodeSet_ = codeSet;
 }
 
 std::string Output::fit(const std::string& text)
@@ -104,7 +106,7 @@ void Output::table(const std::vector<std::vector<std::string>>& rows)
    for (const auto& row : rows) {
       widths.resize(std::max(widths.size(), row.size()));
       for (std::size_t i = 0; i < row.size(); ++i)
-         widths[i] = std::max(widths[i], columnsOf(shown(row[i])));
+         widths[i] = std::max(widths[i], widthFor(shown(row[i])));
    }
    for (const auto& row : rows) {
       std::string text;
@@ -124,13 +126,21 @@ void Output::flush()
    endProgress();
    const std::string text = std::move(pending_);
    pending_.clear();
-   errno = 0;
-   const bool isWritten =
-      std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
-   if (isWritten) return;
-   if (errno == EPIPE) throw ReaderGone();
-   throw Failure(kFailed, std::string("standard output cannot be written: ") +
-                             std::generic_category().message(errno));
+   std::string failure;
+   switch (writeTo(Stream::kOutput, text, failure)) {
+   case Writing::kDone:
+      return;
+   case Writing::kReaderGone:
+      throw ReaderGone();
+   case Writing::kFailed:
+      throw Failure(kFailed, "standard output cannot be written: " + failure);
+   }
+}
+
+void Output::tell(const std::string& text)
+{
+   std::string failure;
+   writeTo(Stream::kError, text, failure);
 }
 
 void Output::message(const std::string& text)
@@ -143,19 +153,42 @@ void Output::message(const std::string& text)
       result += fit(text.substr(begin, end - begin)) + '\n';
       begin = end + 1;
    }
-   std::cerr << "zerovactl: " + result << std::flush;
+   tell("zerovactl: " + result);
+}
+
+void Output::failure(const Failure& failure)
+{
+   message(failure.what());
+   if (!asJson_) return;
+   pending_.clear(); // of a result that is not whole
+   document(failureDocument(failure));
+   try {
+      flush();
+   } catch (const ReaderGone&) {
+      return;
+   } catch (const Failure&) {
+      return; // what was told on standard error is all that can be told
+   }
+}
+
+Json failureDocument(const Failure& failure)
+{
+   Json members = {{"status", static_cast<int>(failure.exitStatus)}};
+   if (failure.code) members["code"] = *failure.code;
+   members["text"] = failure.what();
+   return {{"failure", members}};
 }
 
 void Output::progress(const std::string& text)
 {
    if (!showsProgress_) return;
-   std::cerr << "\r\x1b[K" + shown(text, !narrowCodeSet_.empty()) << std::flush;
+   tell("\r\x1b[K" + shown(text, !narrowCodeSet_.empty()));
    hasProgress_ = true;
 }
 
 void Output::endProgress()
 {
-   if (hasProgress_) std::cerr << "\r\x1b[K" << std::flush;
+   if (hasProgress_) tell("\r\x1b[K");
    hasProgress_ = false;
 }
 

@@ -2,6 +2,8 @@
 #ifndef TOOLS_ZEROVACTL_OUTPUT_H
 #define TOOLS_ZEROVACTL_OUTPUT_H
 
+#include "tools/zerovactl/failure.h"
+
 #include <nlohmann/json.hpp>
 
 #include <chrono>
@@ -50,12 +52,16 @@ public:
 
    // A message on standard error, behind the program's name.
    void message(const std::string& text);
+   // Tells a failure, on standard output too where a document is wanted.
+   void failure(const Failure& failure);
    // A line on the terminal of standard error that the next one replaces; nothing elsewhere.
    void progress(const std::string& text);
    void endProgress();
 
 private:
    std::string fit(const std::string& text);
+   // Whoever should read it may have gone; nobody is left to be told.
+   static void tell(const std::string& text);
 
    bool asJson_;
    bool hasColour_;
@@ -65,6 +71,9 @@ private:
    bool narrowWasTold_ = false;
    std::string pending_;
 };
+
+// What stands in place of a result with --json.
+Json failureDocument(const Failure& failure);
 
 // A moment as in "2026-11-21T13:36:03.120Z", and its time of day here.
 std::string utcText(std::chrono::system_clock::time_point moment);

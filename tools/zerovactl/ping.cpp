@@ -2,14 +2,12 @@
 #include "tools/zerovactl/service_connection.h"
 #include "tools/zerovactl/shown_text.h"
 #include "tools/zerovactl/system.h"
+#include "tools/zerovactl/utf8_path.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <optional>
-#include <system_error>
 
 namespace zerovactl {
 
@@ -31,11 +29,6 @@ std::string numberText(double number, int digits)
    std::array<char, 32> text;
    std::snprintf(text.data(), text.size(), "%.*f", digits, number);
    return text.data();
-}
-
-std::string systemText(int failure)
-{
-   return std::generic_category().message(failure);
 }
 
 class Opening
@@ -107,7 +100,7 @@ private:
 
    void library()
    {
-      std::string text = libraryPath().filename().string() + " (" + libraryVersion() + ")";
+      std::string text = textOf(libraryPath().filename()) + " (" + libraryVersion() + ")";
       if (context_.target.host.empty()) text += ", endpoints in " + endpointFolder();
       tell("library", text, "");
    }
@@ -115,37 +108,19 @@ private:
    std::unique_ptr<Connection> openLocal()
    {
       const std::string name = context_.target.isImmediate ? "com.zerova.immediate" : "com.zerova";
-      const EndpointFacts facts = lookAtEndpoint(name);
-      endpoint(facts);
-      permission(facts);
-      return listener(facts, name);
+      for (const EndpointStep& step : lookAtEndpoint(name)) {
+         if (!step.failure.empty()) fail(step);
+         tell(step.label, step.subject, step.result);
+      }
+      return listener(name);
    }
 
-   void endpoint(const EndpointFacts& facts)
+   [[noreturn]] void fail(const EndpointStep& step)
    {
-      if (facts.failure == EACCES)
-         fail("endpoint", facts.path, "out of reach", systemText(facts.failure),
-              "let this account enter " + facts.refuser);
-      if (facts.failure != 0 && !facts.isFolderThere)
-         fail("endpoint", facts.path, "no such folder", systemText(facts.failure),
-              "start the service; if it runs, it listens in another folder");
-      if (facts.failure != 0)
-         fail("endpoint", facts.path, "not there", systemText(facts.failure),
-              "start the service; if it runs, see its log");
-      if (!facts.isSocket)
-         fail("endpoint", facts.path, "there, a " + facts.kind, "no socket",
-              "remove it, and start the service again");
-      tell("endpoint", facts.path, "there, " + facts.access);
+      fail(step.label, step.subject, step.result, step.failure, step.hint);
    }
 
-   void permission(const EndpointFacts& facts)
-   {
-      if (!facts.isWritable)
-         fail("permission", facts.account, "", systemText(EACCES) + " (EACCES)", facts.cure);
-      tell("permission", facts.account, "");
-   }
-
-   std::unique_ptr<Connection> listener(const EndpointFacts& facts, const std::string& name)
+   std::unique_ptr<Connection> listener(const std::string& name)
    {
       const std::string fullName = "\\\\.\\pipe\\" + name;
       platform::PipeOpener opener(fullName.c_str());
@@ -157,19 +132,14 @@ private:
          opened = opener.open(0);
       }
       if (opened.result == platform::PipeOpening::busy)
-         fail("connection", facts.path,
+         fail("connection", endpointPath(name),
               "no room for " + numberText(kLongestQueueMs / 1000.0, 1) + " s",
-              "the service takes no connections",
-              "it is stopped, hangs or is overloaded: kill -CONT PID lets a stopped one go on");
-      if (opened.result == platform::PipeOpening::failed && opened.error == ECONNREFUSED)
-         fail("connection", facts.path, "nobody listens", systemText(opened.error),
-              "the service ended and left its socket; start it again");
-      if (opened.result == platform::PipeOpening::failed)
-         fail("connection", facts.path, "not open", systemText(opened.error),
-              "the folders on the way may refuse this account; namei -l shows them");
+              "the service takes no connections", hintForFullQueue());
+      if (opened.result == platform::PipeOpening::failed) fail(refusedOpening(name, opened.error));
+      auto connection = connectionOver(opened.pipe);
       const double ms = msSince(start);
-      tell("connection", facts.path, "open in " + numberText(ms, 2) + " ms", {}, ms);
-      return connectionOver(opened.pipe);
+      tell("connection", endpointPath(name), "open in " + numberText(ms, 2) + " ms", {}, ms);
+      return connection;
    }
 
    std::unique_ptr<Connection> openRemote()
@@ -198,8 +168,7 @@ private:
          connection = connectTo(address, kLocatorPort, until);
       } catch (const ConnectionSilent&) {
          fail("locator", place, "no connection in " + numberText(msSince(start) / 1000, 1) + " s",
-              systemText(ETIMEDOUT),
-              "the host is off, or a firewall drops what comes to port 3580");
+              timeOutText(), "the host is off, or a firewall drops what comes to port 3580");
       } catch (const ConnectionFailure& failure) {
          fail("locator", place, "no connection", failure.what(),
               "start the locator on that host, or open port 3580 in the firewall between");
@@ -212,7 +181,7 @@ private:
       } catch (const ConnectionSilent&) {
          fail("locator", place,
               "connected, no answer in " + numberText(msSince(start) / 1000, 1) + " s",
-              systemText(ETIMEDOUT),
+              timeOutText(),
               "something else may listen on 3580; the library itself would wait 65 s here");
       } catch (const ConnectionFailure& failure) {
          fail("locator", place, "connected", failure.what(),
@@ -235,7 +204,7 @@ private:
          return connection;
       } catch (const ConnectionSilent&) {
          fail("connection", place, "not open in " + numberText(msSince(start) / 1000, 1) + " s",
-              systemText(ETIMEDOUT), "a firewall drops what comes to the service's port");
+              timeOutText(), "a firewall drops what comes to the service's port");
       } catch (const ConnectionFailure& failure) {
          fail("connection", place, "not open", failure.what(),
               "the locator knows a port on which nobody listens; restart the service");
@@ -252,7 +221,7 @@ private:
          reply = call(connection, "version", &wanted, start + kLongestStep);
       } catch (const ConnectionSilent&) {
          fail("version", wanted, "no answer in " + numberText(msSince(start) / 1000, 1) + " s",
-              systemText(ETIMEDOUT),
+              timeOutText(),
               "the service is stopped or hangs; the library itself would wait without end");
       } catch (const ConnectionFailure& failure) {
          fail("version", wanted, "no answer", failure.what(),

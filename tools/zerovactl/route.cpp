@@ -134,7 +134,7 @@ void show(Output& output, const RouteOptions& options, std::int32_t ticket, bool
                stateOf(options) + "  " + options.source + " -> " + options.destination);
    std::size_t width = 0;
    for (const Hop& hop : way)
-      width = std::max(width, columnsOf(shown(hop.device)));
+      width = std::max(width, widthFor(shown(hop.device)));
    for (const Hop& hop : way) {
       std::string terminals;
       for (const std::string& terminal : hop.terminals)
@@ -145,11 +145,10 @@ void show(Output& output, const RouteOptions& options, std::int32_t ticket, bool
 
 // Until the user has enough of it. A call now and then tells when the service has gone, and the route
 // with it.
-int hold(Context& context, const RouteOptions& options, Session& session, EndRequest& end,
-         std::int32_t ticket)
+EndRequest::Cause holdUntilEnd(const RouteOptions& options, Session& session, EndRequest& end,
+                               std::int32_t ticket)
 {
    constexpr std::chrono::milliseconds kBetweenLooks{500};
-   context.output.message("held; Ctrl-C ends it");
    EndRequest::Cause cause = EndRequest::Cause::kNone;
    while ((cause = end.wait(kBetweenLooks)) == EndRequest::Cause::kNone)
       session.call(zerovaapi_isDebug);
@@ -157,6 +156,23 @@ int hold(Context& context, const RouteOptions& options, Session& session, EndReq
    if (options.programs) session.call(zerovaapi_unprogramRoute, ticket);
    if (options.programs || options.reserves) session.call(zerovaapi_unreserveRoute, ticket);
    session.call(zerovaapi_destroyRoute, ticket);
+   return cause;
+}
+
+int hold(Context& context, const RouteOptions& options, Session& session, EndRequest& end,
+         std::int32_t ticket)
+{
+   context.output.message("held; Ctrl-C ends it");
+   EndRequest::Cause cause = EndRequest::Cause::kNone;
+   try {
+      cause = holdUntilEnd(options, session, end, ticket);
+   } catch (const Failure& failure) {
+      if (failure.exitStatus != kSessionBroke) throw;
+      throw Failure(kSessionBroke,
+                    "route " + std::to_string(ticket) + " is lost with its session\n   " +
+                       failure.what(),
+                    failure.code);
+   }
    if (context.output.asJson())
       context.output.document({{"destroyed", ticket}});
    else

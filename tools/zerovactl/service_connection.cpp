@@ -2,13 +2,12 @@
 
 #include "tools/zerovactl/system.h"
 
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <future>
 #include <string_view>
-#include <system_error>
 #include <thread>
+#include <type_traits>
+#include <utility>
 
 namespace zerovactl {
 
@@ -23,26 +22,54 @@ std::int32_t leftUntil(Moment until)
    return static_cast<std::int32_t>(left.count());
 }
 
+// Closes its handle whatever becomes of who was to have it.
+class Owned
+{
+public:
+   using Close = void (*)(platform::Handle);
+   Owned(platform::Handle handle, Close close)
+      : handle_(handle)
+      , close_(close)
+   {
+   }
+   ~Owned()
+   {
+      if (handle_ != platform::kInvalidHandle) close_(handle_);
+   }
+   Owned(Owned&& other) noexcept
+      : handle_(std::exchange(other.handle_, platform::kInvalidHandle))
+      , close_(other.close_)
+   {
+   }
+   Owned& operator=(Owned&&) = delete;
+   platform::Handle get() const { return handle_; }
+
+private:
+   platform::Handle handle_;
+   Close close_;
+};
+
+Owned newEvent()
+{
+   platform::Handle event = platform::kInvalidHandle;
+   if (const int failure = platform::createEvent(event); failure != 0)
+      throw ConnectionFailure(systemText(failure));
+   return {event, platform::closeEvent};
+}
+
 class PipeConnection : public Connection
 {
 public:
-   explicit PipeConnection(platform::Handle pipe)
-      : pipe_(pipe)
+   explicit PipeConnection(Owned pipe)
+      : pipe_(std::move(pipe))
+      , event_(newEvent())
    {
-      require(platform::createEvent(event_));
    }
-   ~PipeConnection() override
-   {
-      platform::closeEvent(event_);
-      platform::closePipe(pipe_);
-   }
-   PipeConnection(const PipeConnection&) = delete;
-   PipeConnection& operator=(const PipeConnection&) = delete;
 
    std::size_t receive(char* bytes, std::size_t size, Moment until) override
    {
-      platform::PipeTransfer transfer{event_};
-      require(platform::startRead(pipe_, bytes, static_cast<std::uint32_t>(size), transfer));
+      platform::PipeTransfer transfer{event_.get()};
+      require(platform::startRead(pipe_.get(), bytes, static_cast<std::uint32_t>(size), transfer));
       return finish(transfer, until);
    }
 
@@ -50,8 +77,8 @@ public:
    {
       std::size_t sent = 0;
       while (sent < bytes.size()) {
-         platform::PipeTransfer transfer{event_};
-         require(platform::startWrite(pipe_, bytes.data() + sent,
+         platform::PipeTransfer transfer{event_.get()};
+         require(platform::startWrite(pipe_.get(), bytes.data() + sent,
                                       static_cast<std::uint32_t>(bytes.size() - sent), transfer));
          sent += finish(transfer, until);
       }
@@ -69,58 +96,53 @@ private:
       try {
          left = leftUntil(until);
       } catch (...) {
-         platform::cancelTransfer(pipe_, transfer);
+         platform::cancelTransfer(pipe_.get(), transfer);
          throw;
       }
       if (platform::waitForTransfer(transfer, left).result != platform::TransferWait::ended) {
-         platform::cancelTransfer(pipe_, transfer);
+         platform::cancelTransfer(pipe_.get(), transfer);
          throw ConnectionSilent("no answer");
       }
       std::uint32_t count = 0;
-      require(platform::finishTransfer(pipe_, transfer, false, count));
+      require(platform::finishTransfer(pipe_.get(), transfer, false, count));
       return count;
    }
 
-   platform::Handle pipe_;
-   platform::Handle event_ = platform::kInvalidHandle;
+   Owned pipe_;
+   Owned event_;
+};
+
+static_assert(std::is_same_v<platform::Socket, platform::Handle> &&
+              platform::kInvalidSocket == platform::kInvalidHandle);
+
+class SocketLibrary
+{
+public:
+   SocketLibrary() { platform::startSockets(); }
+   ~SocketLibrary() { platform::stopSockets(); }
+   SocketLibrary(const SocketLibrary&) = delete;
+   SocketLibrary& operator=(const SocketLibrary&) = delete;
 };
 
 class SocketConnection : public Connection
 {
 public:
-   SocketConnection()
-      : socket_((platform::startSockets(), platform::createTcpSocket()))
-   {
-      if (socket_ == platform::kInvalidSocket || !platform::setNonBlocking(socket_))
-         throw ConnectionFailure("no socket to be had");
-   }
-   ~SocketConnection() override
-   {
-      platform::closeSocket(socket_);
-      platform::stopSockets();
-   }
-   SocketConnection(const SocketConnection&) = delete;
-   SocketConnection& operator=(const SocketConnection&) = delete;
-
    void connect(std::uint32_t address, std::uint16_t port, Moment until)
    {
-      errno = 0;
-      const auto start = platform::startConnect(socket_, address, port);
-      int failure = start == platform::ConnectStart::failed ? errno : 0;
-      if (start == platform::ConnectStart::underWay) {
-         wait(true, until);
-         failure = pendingError(socket_);
-      } else if (start == platform::ConnectStart::failed && failure == 0) {
-         failure = ECONNREFUSED;
-      }
-      if (failure != 0) throw ConnectionFailure(std::generic_category().message(failure));
+      const auto start = platform::startConnect(socket_.get(), address, port);
+      if (start == platform::ConnectStart::failed)
+         throw ConnectionFailure(systemText(lastSocketFailure()));
+      if (start == platform::ConnectStart::connected) return;
+      wait(true, until);
+      if (const int failure = pendingFailure(socket_.get()); failure != 0)
+         throw ConnectionFailure(systemText(failure));
    }
 
    std::size_t receive(char* bytes, std::size_t size, Moment until) override
    {
       wait(false, until);
       const std::int32_t count =
-         platform::receiveBytes(socket_, bytes, static_cast<std::int32_t>(size));
+         platform::receiveBytes(socket_.get(), bytes, static_cast<std::int32_t>(size));
       if (count <= 0) throw ConnectionFailure("the connection was closed");
       return static_cast<std::size_t>(count);
    }
@@ -131,7 +153,7 @@ public:
       while (sent < bytes.size()) {
          wait(true, until);
          const std::int32_t count = platform::sendBytes(
-            socket_, bytes.data() + sent, static_cast<std::int32_t>(bytes.size() - sent));
+            socket_.get(), bytes.data() + sent, static_cast<std::int32_t>(bytes.size() - sent));
          if (count < 0) throw ConnectionFailure("the connection was closed");
          sent += static_cast<std::size_t>(count);
       }
@@ -140,12 +162,22 @@ public:
 private:
    void wait(bool forRoom, Moment until)
    {
-      platform::SocketWatch watch = {socket_, !forRoom, forRoom, forRoom};
+      platform::SocketWatch watch = {socket_.get(), !forRoom, forRoom, forRoom};
       if (platform::waitForSockets(&watch, 1, leftUntil(until)) != platform::SocketWait::ready)
          throw ConnectionSilent("no answer");
    }
 
-   platform::Socket socket_;
+   static Owned newSocket()
+   {
+      Owned made(platform::createTcpSocket(),
+                 [](platform::Socket socket) { platform::closeSocket(socket); });
+      if (made.get() == platform::kInvalidSocket || !platform::setNonBlocking(made.get()))
+         throw ConnectionFailure("no socket to be had: " + systemText(lastSocketFailure()));
+      return made;
+   }
+
+   const SocketLibrary library_;
+   Owned socket_ = newSocket();
 };
 
 std::string receiveExactly(Connection& connection, std::size_t size, Moment until)
@@ -161,7 +193,7 @@ std::string receiveExactly(Connection& connection, std::size_t size, Moment unti
 
 std::unique_ptr<Connection> connectionOver(platform::Handle pipe)
 {
-   return std::make_unique<PipeConnection>(pipe);
+   return std::make_unique<PipeConnection>(Owned(pipe, platform::closePipe));
 }
 
 std::unique_ptr<Connection> connectTo(std::uint32_t address, std::uint16_t port, Moment until)
@@ -210,6 +242,7 @@ std::uint16_t askLocator(Connection& connection, Moment until)
 
 std::uint32_t addressOf(const std::string& host, std::chrono::seconds time)
 {
+   const SocketLibrary library;
    static constexpr std::uint32_t kNone = 0xFFFFFFFF;
    if (const auto address = platform::addressOfDottedText(host.c_str()); address != kNone)
       return address;
@@ -217,6 +250,7 @@ std::uint32_t addressOf(const std::string& host, std::chrono::seconds time)
    std::promise<std::uint32_t> promise;
    auto answer = promise.get_future();
    std::thread([host, found = std::move(promise)]() mutable {
+      const SocketLibrary own;
       std::uint32_t address = 0;
       found.set_value(platform::resolveName(host.c_str(), address) ? address : kNone);
    }).detach();

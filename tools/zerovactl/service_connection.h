@@ -41,7 +41,7 @@ public:
    virtual void send(const std::string& bytes, Moment until) = 0;
 };
 
-// pipe: opened; the connection closes it.
+// pipe: opened; the connection closes it, and a failure to make one does.
 std::unique_ptr<Connection> connectionOver(platform::Handle pipe);
 std::unique_ptr<Connection> connectTo(std::uint32_t address, std::uint16_t port, Moment until);
 

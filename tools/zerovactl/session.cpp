@@ -47,8 +47,8 @@ std::string wordsFor(const Status& status, std::uint32_t language)
 
 Failure failureOf(const Status& status, std::uint32_t language)
 {
-   return {status.code() == kConnectionFailed ? kSessionBroke : kFailed,
-           wordsFor(status, language)};
+   return {status.code() == kConnectionFailed ? kSessionBroke : kFailed, wordsFor(status, language),
+           status.code()};
 }
 
 Session::Session(const Target& target)
@@ -66,7 +66,8 @@ Session::Session(const Target& target)
    if (!target.host.empty()) again += " --host " + shown(target.host);
    if (target.isImmediate) again += " --immediate";
    throw Failure(kNoSession,
-                 wordsFor(status, language_) + "\n   \"" + again + "\" tells which step fails");
+                 wordsFor(status, language_) + "\n   \"" + again + "\" tells which step fails",
+                 status.code());
 }
 
 } // namespace zerovactl

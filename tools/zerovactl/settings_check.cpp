@@ -1,15 +1,12 @@
 #include "tools/zerovactl/commands.h"
+#include "tools/zerovactl/file_content.h"
 #include "tools/zerovactl/language.h"
 #include "tools/zerovactl/shown_text.h"
 #include "tools/zerovactl/text_file_check.h"
+#include "tools/zerovactl/utf8_path.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <system_error>
 
 namespace zerovactl {
 
@@ -45,7 +42,7 @@ private:
    static const Language* languageOfFolder(const fs::path& folder)
    {
       const std::string name =
-         (folder.filename().empty() ? folder.parent_path() : folder).filename().string();
+         textOf((folder.filename().empty() ? folder.parent_path() : folder).filename());
       const auto* const found =
          std::find_if(kLanguages.begin(), kLanguages.end(), [&](const Language& language) {
             return equalsIgnoringCase(language.folder, name);
@@ -72,7 +69,7 @@ private:
          if (!language || !fs::is_directory(entry)) continue;
          isAny = true;
          isThere[static_cast<std::size_t>(language - kLanguages.data())] = true;
-         checkFiles(entry, shownFolder + entry.filename().string() + "/", language->codePage);
+         checkFiles(entry, shownFolder + textOf(entry.filename()) + "/", language->codePage);
       }
       if (!isAny) return false;
       checkFiles(folder, shownFolder, 0);
@@ -88,7 +85,7 @@ private:
       bool isAny = false;
       for (const fs::path& entry : entriesOf(folder))
          if (fs::is_directory(entry))
-            isAny = checkLanguages(entry, entry.filename().string() + "/") || isAny;
+            isAny = checkLanguages(entry, textOf(entry.filename()) + "/") || isAny;
       return isAny;
    }
 
@@ -98,15 +95,15 @@ private:
       for (const fs::path& entry : entriesOf(folder)) {
          if (!fs::is_regular_file(entry)) continue;
          ++fileCount_;
-         output_.progress("checking " + entry.string());
-         checkFile(entry, shownFolder + entry.filename().string(), codePage, known);
+         output_.progress("checking " + textOf(entry));
+         checkFile(entry, shownFolder + textOf(entry.filename()), codePage, known);
       }
    }
 
    void checkFile(const fs::path& path, const std::string& name, std::uint32_t codePage,
                   KnownCodes& known)
    {
-      const std::string end = path.extension().string();
+      const std::string end = textOf(path.extension());
       if (end != ".err" && end != ".txt") {
          const bool isCase = equalsIgnoringCase(end, ".err") || equalsIgnoringCase(end, ".txt");
          findings_.push_back({name, 0, 0,
@@ -118,16 +115,11 @@ private:
          findings_.push_back({name, 0, 0, "not read: the name has a backslash"});
          return;
       }
-      errno = 0;
-      std::ifstream file(path, std::ios::binary);
-      if (!file) {
-         findings_.push_back(
-            {name, 0, 0,
-             std::string("cannot be opened: ") + std::generic_category().message(errno)});
-         return;
+      try {
+         checkTextFile(name, contentOfFile(textOf(path)), codePage, known, findings_);
+      } catch (const Failure& failure) {
+         findings_.push_back({name, 0, 0, std::string("cannot be read: ") + failure.what()});
       }
-      const std::string content{std::istreambuf_iterator<char>(file), {}};
-      checkTextFile(name, content, codePage, known, findings_);
    }
 
    Output& output_;
@@ -149,9 +141,9 @@ int checkSettings(Context& context, const std::string& folder)
 {
    FolderCheck check(context.output);
    try {
-      check.check(folder);
+      check.check(pathOf(folder));
    } catch (const fs::filesystem_error& error) {
-      throw Failure(kFailed, shown(error.path1().string()) + ": " + error.code().message());
+      throw Failure(kFailed, shown(textOf(error.path1())) + ": " + error.code().message());
    }
    const auto& findings = check.findings();
    if (context.output.asJson()) {

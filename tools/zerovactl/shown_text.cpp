@@ -97,6 +97,13 @@ std::size_t columnsOf(std::string_view text)
    return columns;
 }
 
+std::size_t widthFor(std::string_view text)
+{
+   constexpr std::size_t kWidestColumn = 100;
+   const std::size_t columns = columnsOf(text);
+   return columns <= kWidestColumn ? columns : 0;
+}
+
 std::string padded(const std::string& text, std::size_t width)
 {
    const std::size_t columns = columnsOf(text);

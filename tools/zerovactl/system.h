@@ -2,52 +2,62 @@
 #ifndef TOOLS_ZEROVACTL_SYSTEM_H
 #define TOOLS_ZEROVACTL_SYSTEM_H
 
+#include "platform/local_pipe.h"
 #include "platform/socket.h"
 
 #include <chrono>
+#include <cstddef>
+#include <ctime>
 #include <filesystem>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace zerovactl {
 
-bool isTerminal(int descriptor);
+// To be called before anything else. A write to a closed pipe then fails instead of ending the
+// process, no file or connection takes the place of a standard stream that is closed, and Ctrl-C ends
+// the process with its own status.
+void beginProcess();
 
-// Whether terminals of this process's locale show UTF-8; name is what they show.
+// What stands behind the program's name, in UTF-8.
+std::vector<std::string> commandLine(int argc, char** argv);
+
+enum class Stream
+{
+   kOutput,
+   kError
+};
+
+bool isTerminal(Stream stream);
+// Whether it is a terminal that knows colours and can have a line taken back.
+bool takesEscapes(Stream stream);
+// Whether terminals of this process show UTF-8; name is what they show.
 bool terminalTakesUtf8(std::string& name);
+
+enum class Writing
+{
+   kDone,
+   kReaderGone,
+   kFailed
+};
+// All of the bytes, which are UTF-8 for a terminal; failure is written if they cannot be.
+Writing writeTo(Stream stream, std::string_view bytes, std::string& failure);
+// As far as the stream takes them at once: a reader that is stuck must not hold up the end.
+void writeLastWords(Stream stream, const std::string& text);
+
+// Some bytes of standard input, none at its end. Throws Failure.
+std::size_t readInput(char* bytes, std::size_t size);
+
+// As in "de_DE": the language of the user; empty if none is told.
+std::string userLocale();
+
+std::tm localTime(std::time_t time);
 
 // Of the program that runs, and of the library that it has loaded.
 std::filesystem::path programPath();
 std::filesystem::path libraryPath();
-
-// A write to a closed pipe fails instead of ending the process.
-void ignoreClosedPipes();
-
-// While it lives a closed pipe ends the process again, and a command that is started then.
-class DefaultPipeSignal
-{
-public:
-   DefaultPipeSignal();
-   ~DefaultPipeSignal();
-   DefaultPipeSignal(const DefaultPipeSignal&) = delete;
-   DefaultPipeSignal& operator=(const DefaultPipeSignal&) = delete;
-};
-
-// A folder that nobody else may enter, gone with what is in it when the object is.
-class TemporaryFolder
-{
-public:
-   TemporaryFolder();
-   ~TemporaryFolder();
-   TemporaryFolder(const TemporaryFolder&) = delete;
-   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-   const std::string& path() const { return path_; }
-
-private:
-   std::string path_;
-};
-
-// As far as standard error takes it at once: a reader that is stuck must not hold up the end.
-void writeLastWords(const std::string& text);
+std::string libraryVersion();
 
 // Waits for one of the requests to end (Ctrl-C, a request to terminate, a lost terminal) or for the
 // end of standard input, where that is something that a person or a program can close.
@@ -59,7 +69,13 @@ public:
       kWatched,
       kLeftAlone
    };
-   explicit EndRequest(Input input);
+   // What a second signal does, whose sender may have seen that the first one ended nothing.
+   enum class Again
+   {
+      kEndsTheProcess,
+      kIsWaitedFor
+   };
+   explicit EndRequest(Input input, Again again = Again::kEndsTheProcess);
    ~EndRequest();
    EndRequest(const EndRequest&) = delete;
    EndRequest& operator=(const EndRequest&) = delete;
@@ -71,9 +87,11 @@ public:
       kInputEnded,
       kOther
    };
-   // kNone when the time is over, kOther when the other descriptor, if there is one, can be read.
-   // The second signal ends the process wherever it is.
-   Cause wait(std::chrono::milliseconds time, int other = -1) const;
+   // kNone when the time is over, kOther when the other, an event or what can be read, is ready.
+   Cause wait(std::chrono::milliseconds time,
+              platform::Handle other = platform::kInvalidHandle) const;
+   // The next wait is for the next signal.
+   static void forgetSignal();
    // What to end with after a signal.
    static int exitStatus();
 
@@ -81,29 +99,41 @@ private:
    bool watchesInput_;
 };
 
-// The number of the failure that a socket waits to tell; 0: none.
-int pendingError(platform::Socket socket);
+// The numbers of the failure of the last call for a socket, and of one that a socket waits to tell; 0:
+// none. systemText has words for them.
+int lastSocketFailure();
+int pendingFailure(platform::Socket socket);
 
-// What stands where a local endpoint should be, as this account sees it.
-struct EndpointFacts
+// A failure of the system in one line, without a line end.
+std::string systemText(int number);
+// The system's words for a wait that was too long.
+std::string timeOutText();
+
+// One step of the way to a session on this machine.
+struct EndpointStep
 {
-   std::string path;
-   int failure = 0;     // of looking at it
-   std::string refuser; // the folder on the way that does not let us in
-   bool isFolderThere = false;
-   bool isSocket = false;
-   std::string kind;        // "socket", "regular file", ...
-   std::string access;      // "srw-rw---- root:zerova"
-   bool isWritable = false; // for this account
-   std::string account;     // "uid 1000 is not in group zerova"
-   std::string cure;        // of a lack of permission
+   std::string label;
+   std::string subject;
+   std::string result;
+   std::string failure; // empty: it has worked
+   std::string hint;    // what to do about the failure
 };
-EndpointFacts lookAtEndpoint(const std::string& name);
+// What can be told of a local endpoint without opening it, up to the first failure.
+std::vector<EndpointStep> lookAtEndpoint(const std::string& name);
+// What an opening that has failed means; error is of platform::OpenedPipe.
+EndpointStep refusedOpening(const std::string& name, int error);
+// What to do about a service that takes no connections.
+std::string hintForFullQueue();
 
-// The folder of the local endpoints of this build, empty where they are in none.
+// Where the local endpoints of this build are, and one of them.
 std::string endpointFolder();
-// The root of the settings tree; the view of 32-bit programs has it with "32" behind it.
+std::string endpointPath(const std::string& name);
+
+// Where the machine's settings begin, and where one of them stands.
 std::string settingsRoot();
+std::string settingPlace(const std::string& key, const std::string& name, bool of32Bit);
+// Of the values of a key, in the system's order; none where the key is not there.
+std::vector<std::string> settingNames(const std::string& key, bool of32Bit);
 
 } // namespace zerovactl
 

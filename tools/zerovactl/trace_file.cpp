@@ -1,9 +1,9 @@
 #include "tools/zerovactl/failure.h"
 #include "tools/zerovactl/shown_text.h"
 #include "tools/zerovactl/trace_events.h"
+#include "tools/zerovactl/utf8_path.h"
 
 #include <cerrno>
-#include <cstring>
 #include <system_error>
 
 namespace zerovactl {
@@ -37,7 +37,7 @@ TraceWriter::TraceWriter(const std::string& name)
    : name_(name)
 {
    errno = 0;
-   file_.open(name, std::ios::binary | std::ios::trunc);
+   file_.open(pathOf(name), std::ios::binary | std::ios::trunc);
    file_ << kFirstLine << std::flush;
    require("cannot be written");
 }
@@ -69,10 +69,10 @@ TraceReader::TraceReader(const std::string& name)
    : name_(name)
 {
    errno = 0;
-   file_.open(name, std::ios::binary);
+   file_.open(pathOf(name), std::ios::binary);
    std::string line(sizeof kFirstLine - 1, '\0');
    file_.read(line.data(), static_cast<std::streamsize>(line.size()));
-   if (!file_ && errno != 0)
+   if (!file_.is_open() || file_.bad())
       throw Failure(kFailed, shown(name) + ": " + std::generic_category().message(errno));
    if (line != kFirstLine)
       throw Failure(kFailed, shown(name) + " is no record of \"zerovactl trace\"");
@@ -81,12 +81,16 @@ TraceReader::TraceReader(const std::string& name)
 bool TraceReader::read(TraceEvent& event)
 {
    const auto isCut = [this] {
+      // An error looks like the end but for this.
+      if (file_.bad())
+         return Failure(kFailed, shown(name_) + ": " + std::generic_category().message(errno) +
+                                    "; what stands before it has been shown");
       return Failure(kFailed, shown(name_) + " ends in the middle of an event; what stands "
                                              "before it has been shown");
    };
    std::string header(kHeaderSize, '\0');
    file_.read(header.data(), kHeaderSize);
-   if (file_.gcount() == 0) return false;
+   if (file_.gcount() == 0 && !file_.bad()) return false;
    if (!file_) throw isCut();
    const std::uint64_t kind = numberAt(header, 12, 1);
    const std::uint64_t length = numberAt(header, 13, 4);

@@ -1,17 +1,10 @@
 #include "tools/zerovactl/commands.h"
 #include "tools/zerovactl/system.h"
+#include "tools/zerovactl/utf8_path.h"
+
+#include <system_error>
 
 namespace zerovactl {
-
-std::string libraryVersion()
-{
-   constexpr char kEnd[] = ".so.";
-   std::error_code ignored; // the path as it is serves as well
-   const std::string name =
-      std::filesystem::weakly_canonical(libraryPath(), ignored).filename().string();
-   const auto at = name.find(kEnd);
-   return at == std::string::npos ? ZEROVACTL_VERSION : name.substr(at + sizeof kEnd - 1);
-}
 
 int showVersion(Context& context)
 {
@@ -19,7 +12,7 @@ int showVersion(Context& context)
    std::error_code ignored; // the path as it is serves as well
    const std::filesystem::path file = std::filesystem::weakly_canonical(loaded, ignored);
    const std::string version = libraryVersion();
-   const std::string library = (file.parent_path() / loaded.filename()).string();
+   const std::string library = textOf(file.parent_path() / loaded.filename());
    if (context.output.asJson())
       context.output.document({{"zerovactl", ZEROVACTL_VERSION},
                                {"libzerovaapi", version},

@@ -1,7 +1,6 @@
 #include "tools/simulator/topology_file.h"
 
 #include "support/scratch_folder.h"
-#include "tools/simulator/near_name.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,7 +14,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using zerova::simulator::addFault;
 using zerova::simulator::Fault;
-using zerova::simulator::nearName;
 using zerova::simulator::readTopology;
 using zerova::simulator::ReadTopology;
 using zerova::simulator::readTopologyFile;
@@ -284,13 +282,6 @@ TEST(TopologyFile, ExamplesHaveNoMistake)
       EXPECT_THAT(readTopologyFile(ZEROVA_BENCHES_DIR "/" + std::string(name) + ".toml").mistakes,
                   IsEmpty())
          << name;
-}
-
-TEST(NearName, NoNameIsNearWhatIsFarFromAll)
-{
-   EXPECT_EQ(nearName("digitiser3", {"timer1", "digitizer3"}), "digitizer3");
-   EXPECT_EQ(nearName("ab", {"cd", "ac"}), "");
-   EXPECT_EQ(nearName("oscilloscope", {"timer1"}), "");
 }
 
 } // namespace

@@ -15,8 +15,11 @@ import time
 import unittest
 
 BUILD = pathlib.Path(os.environ["ZEROVA_BUILD"])
-PROGRAM = BUILD / "tools" / "zerovactl" / "zerovactl"
-SIMULATOR = BUILD / "tools" / "simulator" / "zerova-simulator"
+# What starts programs of another system; there they lie beside the library.
+EMULATOR = os.environ.get("ZEROVA_EMULATOR", "").split()
+PROGRAM = BUILD / ("zerovactl.exe" if EMULATOR else "tools/zerovactl/zerovactl")
+SIMULATOR = BUILD / ("zerova-simulator.exe" if EMULATOR else "tools/simulator/zerova-simulator")
+COMMAND = [*EMULATOR, str(PROGRAM)]
 LABORATORY = pathlib.Path(__file__).resolve().parents[3] / "examples" / "benches" / "laboratory.toml"
 ENDPOINTS = pathlib.Path(os.environ["ZEROVA_ENDPOINTS"])
 SETTINGS = pathlib.Path(os.environ["ZEROVA_SETTINGS"])
@@ -45,7 +48,7 @@ class Outcome:
 
 
 def run(*arguments: str, stdin: str = "", **more: str) -> Outcome:
-   done = subprocess.run([PROGRAM, *arguments], input=stdin.encode(), capture_output=True,
+   done = subprocess.run([*COMMAND, *arguments], input=stdin.encode(), capture_output=True,
                          env=environment(**more), timeout=SOON, check=False)
    return Outcome(done.returncode, done.stdout.decode(errors="backslashreplace"),
                   done.stderr.decode(errors="backslashreplace"))
@@ -53,14 +56,20 @@ def run(*arguments: str, stdin: str = "", **more: str) -> Outcome:
 
 def start(*arguments: str, **more) -> subprocess.Popen:
    """The program, to be read from while it runs. Its input is a pipe that stays open."""
-   return subprocess.Popen([PROGRAM, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+   return subprocess.Popen([*COMMAND, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                            stderr=subprocess.PIPE, text=True, env=environment(), **more)
+
+
+def start_command(program: pathlib.Path, *arguments: str) -> subprocess.Popen:
+   """Another program of the tests, for the system that the tool is for. Its input stays open."""
+   return subprocess.Popen([*EMULATOR, program, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                           text=True, env=environment())
 
 
 def run_in_terminal(*arguments: str, **more: str) -> tuple[int, bytes]:
    """All bytes that a terminal gets that is the standard output and error of a run."""
    master, slave = pty.openpty()
-   process = subprocess.Popen([PROGRAM, *arguments], stdin=subprocess.DEVNULL, stdout=slave,
+   process = subprocess.Popen([*COMMAND, *arguments], stdin=subprocess.DEVNULL, stdout=slave,
                               stderr=slave, env=environment(**more))
    os.close(slave)
    seen = b""
@@ -84,7 +93,7 @@ class Simulator:
       self.host = ""
 
    def __enter__(self) -> "Simulator":
-      self.process = subprocess.Popen([SIMULATOR, LABORATORY, "--tcp", "own", *self.arguments],
+      self.process = subprocess.Popen([*EMULATOR, SIMULATOR, LABORATORY, "--tcp", "own", *self.arguments],
                                       stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
       ready = self.process.stdout.readline()
       self.host = re.search(r"tcp ([0-9.]+):", ready).group(1)
@@ -231,6 +240,13 @@ class Case(unittest.TestCase):
       made = tempfile.TemporaryDirectory()
       self.addCleanup(made.cleanup)
       return pathlib.Path(made.name)
+
+
+def failing_read(file: pathlib.Path) -> dict[str, str]:
+   """The environment of a program to which reading of the file fails behind its beginning."""
+   library = BUILD / "tests" / "tools" / "support" / "libfailing_read.so"
+   # A sanitizer in the program wants to be the first library, which it needs not be for this.
+   return {"LD_PRELOAD": str(library), "FAILING_FILE": str(file), "ASAN_OPTIONS": "verify_asan_link_order=0"}
 
 
 def wait_for(condition) -> bool:

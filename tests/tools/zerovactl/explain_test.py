@@ -49,6 +49,16 @@ class Machine(bench.Case):
 
 
 class Explain(Machine):
+   def test_error_in_the_middle_of_a_file_is_no_end(self):
+      file = self.folder() / "status.json"
+      file.write_text(STATUS, encoding="utf-8")
+      self.assertEqual(bench.run("explain", f"@{file}", **bench.failing_read(file)).all(),
+                       (1, "", f"zerovactl: {file}: Input/output error\n"))
+
+   def test_input_without_end_is_refused(self):
+      self.assertEqual(bench.run("explain", "@/dev/zero").all(),
+                       (1, "", "zerovactl: this is no status JSON (longer than 65536 bytes)\n"))
+
    def test_code_is_told_in_each_language(self):
       for language, word in (("en", "routing service"), ("fr", "service"), ("de", "Dienst"), ("ja", "サービス"),
                              ("ko", "서비스"), ("zh", "服务")):
@@ -113,6 +123,11 @@ class Explain(Machine):
 
 
 class Settings(Machine):
+   def test_of_a_file_that_cannot_be_read_to_its_end_is_told(self):
+      file = self.write("German/a.err", -1, "words")
+      seen = bench.run("settings", "check", str(file.parent), **bench.failing_read(file))
+      self.assertEqual((seen.status, seen.out), (5, f"a.err: cannot be read: {file}: Input/output error\n"))
+
    def test_of_a_machine_without_any_are_told(self):
       seen = bench.run("settings", TMPDIR="/tmp")
       self.assertEqual((seen.status, seen.err), (0, ""))

@@ -1,6 +1,9 @@
 """What holds for every command: exit statuses, time-outs, terminals, files that are full."""
 
+import json
+import os
 import pathlib
+import signal
 import subprocess
 import time
 import unittest
@@ -19,6 +22,12 @@ class WrongUse(bench.Case):
       for arguments, sentence in (
             ((), "which command? --help lists them"),
             (("devices", "--nope"), "The following argument was not expected: --nope; --help tells more"),
+            (("devcies",), '"devcies" is no command; did you mean "devices"?'),
+            (("uri", "chek", "/a/b"), '"chek" is no command of uri; did you mean "check"?'),
+            (("frobnicate",), '"frobnicate" is no command; --help lists them'),
+            (("devices", "--hots", "x"), '"--hots" is no option of devices; did you mean "--host"?'),
+            (("terminals", "timer1", "--atributes", "Name"),
+             '"--atributes" is no option of terminals; did you mean "--attributes"?'),
             (("terminals",), "DEVICE is required; --help tells more"),
             (("devices", "--lang", "xx"), '--lang knows en, fr, de, ja, ko and zh, not "xx"'),
             (("devices", "--host", "a", "--immediate"), "--host and --immediate contradict each other: "
@@ -90,7 +99,97 @@ class Sessions(bench.Case):
             self.assertEqual(process.wait(bench.SOON), 124)
 
 
+   def test_standard_error_that_nobody_reads_ends_the_command_in_time(self):
+      reader, writer = os.pipe()
+      os.set_blocking(writer, False)
+      while True:
+         try:
+            os.write(writer, bytes(65536))
+         except BlockingIOError:
+            break
+      os.set_blocking(writer, True)
+      self.addCleanup(os.close, reader)
+      with bench.Peer(lambda connection: connection.close()) as peer:
+         done = subprocess.run([*bench.COMMAND, "explain", "@/no/such", "--timeout", "0.5"], stderr=writer,
+                               stdout=subprocess.PIPE, env=bench.environment(), timeout=bench.SOON, check=False)
+      os.close(writer)
+      self.assertEqual((done.returncode, done.stdout), (124, b""))
+
+
+class Document(bench.Case):
+   """With --json a failure is one document, too; the sentence for people goes to standard error."""
+
+   def failure(self, *arguments):
+      seen = bench.run(*arguments, "--json")
+      document = json.loads(seen.out)
+      self.assertEqual(list(document), ["failure"])
+      self.assertEqual(seen.out.count("\n"), 1)
+      self.assertEqual(document["failure"]["status"], seen.status)
+      self.assertEqual(seen.err, "zerovactl: " + document["failure"]["text"] + "\n")
+      return document["failure"]
+
+   def test_of_wrong_use_is_one(self):
+      self.assertEqual(self.failure("devcies")["status"], 2)
+      self.assertEqual(self.failure("release")["status"], 2)
+
+   def test_of_a_refusal_has_its_code(self):
+      refusing = bench.answering({"getRoutableDevices": bench.refusal(-89301, "{}")})
+      with bench.Peer(refusing) as peer:
+         failure = self.failure("devices", "--host", peer.host)
+      self.assertEqual((failure["status"], failure["code"]), (1, -89301))
+
+   def test_of_no_session_has_its_code(self):
+      with bench.Peer(lambda connection: connection.close()) as peer:
+         failure = self.failure("devices", "--host", peer.host)
+      self.assertEqual((failure["status"], failure["code"]), (3, -89168))
+
+   def test_of_a_file_that_cannot_be_read_is_one(self):
+      self.assertEqual(self.failure("explain", "-89168", "@/no/such")["status"], 1)
+
+   def test_of_time_that_ran_out_is_one(self):
+      with bench.Peer(locator=False) as peer:
+         self.assertEqual(self.failure("devices", "--host", peer.host, "--timeout", "0.5")["status"], 124)
+
+
+class CtrlC(bench.Case):
+   @staticmethod
+   def is_in_use(host):
+      seen = bench.run("terminals", "timer1", "--attributes", "Name,InUse", "--json", "--host", host)
+      return {"Name": "/timer1/osc", "InUse": True} in json.loads(seen.out)["terminals"]
+
+   def test_destroys_a_held_route(self):
+      with bench.remote_service() as service, bench.start(
+            "route", "/timer1/osc", "/digitizer3/refclk", "--program", "--hold", "--host", service.host) as held:
+         self.assertEqual(held.stderr.readline(), "zerovactl: held; Ctrl-C ends it\n")
+         self.assertTrue(self.is_in_use(service.host))
+         held.send_signal(signal.SIGINT)
+         out, err = held.communicate(timeout=bench.SOON)
+         self.assertEqual((held.returncode, err), (130, ""))
+         self.assertRegex(out.splitlines()[-1], r"^route \d+ destroyed$")
+         self.assertFalse(self.is_in_use(service.host))
+
+
 class Writing(bench.Case):
+   def test_standard_output_that_is_closed_is_told_and_no_connection_takes_its_place(self):
+      with bench.remote_service() as service:
+         done = subprocess.run(["bash", "-c", 'exec "$@" >&-', "bash", *bench.COMMAND, "watch", "--count", "1",
+                                "--host", service.host], stderr=subprocess.PIPE, env=bench.environment(), text=True,
+                               timeout=bench.SOON, check=False)
+      self.assertEqual((done.returncode, done.stderr),
+                       (1, "zerovactl: standard output cannot be written: Bad file descriptor\n"))
+
+   def test_one_cell_that_is_endless_does_not_widen_the_others(self):
+      def container(*names):
+         def attribute(name):
+            return b"\x08\x00\x01\x00\x00\x00\x01\x0b\x00\x02" + bench.text(name) + b"\0"
+         maps = b"".join(b"\x0b\x0c\x00\x00\x00\x01" + bench.text("Name") + attribute(name) for name in names)
+         return b"\x0f\x00\x00\x0d" + len(names).to_bytes(4, "big") + maps
+      method = "getTerminalNamesAndAttributesForDevice"
+      with bench.Peer(bench.answering({method: container("a", "x" * 100000, "b")})) as peer:
+         seen = bench.run("terminals", "d", "--host", peer.host, "--attributes", "Name,Kind")
+      self.assertEqual((seen.status, seen.err), (0, ""))
+      self.assertEqual(seen.out, "Name  Kind\na     -\n" + "x" * 100000 + " -\nb     -\n")
+
    def test_full_disk_is_told(self):
       with hostile_service() as peer, open("/dev/full", "w", encoding="utf-8") as full:
          done = subprocess.run([bench.PROGRAM, "devices", "--host", peer.host], stdout=full,
@@ -124,6 +223,18 @@ class Terminal(bench.Case):
             with self.subTest(name):
                _, seen = bench.run_in_terminal("ping", "--host", service.host, **{name: value})
                self.assertTrue(seen.endswith(b"\nready\n"), seen)
+
+   def test_has_progress_taken_away_before_a_failure_is_told(self):
+      with bench.remote_service() as service:
+         status, seen = bench.run_in_terminal("terminals", "nope", "--host", service.host)
+      self.assertEqual(status, 1)
+      self.assertIn(b"\r\x1b[Kasking for the terminals of nope\r\x1b[Kzerovactl: ", seen)
+
+   def test_that_takes_nothing_back_gets_no_progress(self):
+      with bench.remote_service() as service:
+         _, seen = bench.run_in_terminal("ping", "--count", "2", "--host", service.host, TERM="dumb")
+      self.assertNotIn(b"\x1b", seen)
+      self.assertNotIn(b"\r", seen)
 
    def test_that_is_not_utf8_gets_ascii_and_a_sentence(self):
       with hostile_service() as peer:

@@ -81,18 +81,6 @@ zerovactl: a route of this session ends with this command; add --hold, or --imme
       self.assertEqual(self.ask("route", "/a/b", "/c/d", "--constraint", "Line").all(),
                        (2, "", 'zerovactl: "Line" is not NAME=VALUE\n'))
 
-   def test_held_route_is_destroyed_by_ctrl_c(self):
-      with bench.start("route", "/timer1/osc", "/digitizer3/refclk", "--program", "--hold",
-                       "--host", self.service.host) as held:
-         self.assertEqual(held.stderr.readline(), "zerovactl: held; Ctrl-C ends it\n")
-         attributes = ("terminals", "timer1", "--attributes", "Name,InUse", "--json")
-         self.assertIn({"Name": "/timer1/osc", "InUse": True}, json.loads(self.ask(*attributes).out)["terminals"])
-         held.send_signal(signal.SIGINT)
-         out, err = held.communicate(timeout=bench.SOON)
-      self.assertEqual((held.returncode, err), (130, ""))
-      self.assertRegex(out.splitlines()[-1], r"^route \d+ destroyed$")
-      self.assertIn({"Name": "/timer1/osc", "InUse": False}, json.loads(self.ask(*attributes).out)["terminals"])
-
    def test_held_route_is_destroyed_when_the_input_is_closed(self):
       with bench.start("route", "/timer1/osc", "/digitizer3/refclk", "--reserve", "--hold",
                        "--host", self.service.host) as held:
@@ -100,6 +88,18 @@ zerovactl: a route of this session ends with this command; add --hold, or --imme
          out, _ = held.communicate(timeout=bench.SOON)
       self.assertEqual(held.returncode, 0)
       self.assertRegex(out.splitlines()[-1], r"^route \d+ destroyed$")
+
+   def test_held_route_that_is_lost_with_its_service_is_told_and_status_4(self):
+      for end in (signal.SIGKILL, signal.SIGTERM):
+         with self.subTest(end), bench.remote_service() as service:
+            with bench.start("route", "/timer1/osc", "/digitizer3/refclk", "--program", "--hold",
+                             "--host", service.host) as held:
+               self.assertEqual(held.stderr.readline(), "zerovactl: held; Ctrl-C ends it\n")
+               service.process.send_signal(end)
+               self.assertEqual(held.wait(bench.SOON), 4)  # its input stays open
+               out, err = held.communicate()
+            self.assertRegex(out, r"\Aroute \d+  programmed  [^\n]+\n(   [^\n]+\n)+\Z")
+            self.assertRegex(err, r"\Azerovactl: route \d+ is lost with its session\n   .+ \(-52024\)\n")
 
    def test_immediate_route_stands_until_it_is_released(self):
       ends = ("/matrix1/ch0", "/matrix1/ch1")

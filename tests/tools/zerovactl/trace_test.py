@@ -146,6 +146,11 @@ class Record(bench.Case):
          1, "".join(out.splitlines(True)[:-1]),
          f"zerovactl: {file} ends in the middle of an event; what stands before it has been shown\n"))
 
+   def test_that_cannot_be_read_to_its_end_is_shown_up_to_there(self):
+      file, out = self.record()
+      self.assertEqual(bench.run("trace", "--read", str(file), **bench.failing_read(file)).all(), (
+         1, out, f"zerovactl: {file}: Input/output error; what stands before it has been shown\n"))
+
    def test_that_is_none_is_refused(self):
       file = self.folder() / "x"
       file.write_bytes(b"hello")
@@ -202,6 +207,57 @@ class Command(bench.Case):
       seen = bench.run("trace", "--", "/no/such/program")
       self.assertEqual((seen.status, seen.out), (127, ""))
       self.assertIn("/no/such/program", seen.err)
+
+
+class LeftBehind(bench.Case):
+   """Folders and sockets of a trace are gone with it, however it ends."""
+
+   def trace_in(self, folder, *arguments):
+      env = bench.environment(TMPDIR=str(folder))
+      return subprocess.Popen([bench.PROGRAM, "trace", *arguments], stdin=subprocess.DEVNULL,
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env=env)
+
+   def test_nothing_by_a_command_that_was_asked_to_end(self):
+      for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+         folder = self.folder()
+         with self.subTest(number), self.trace_in(folder, "--", "sh", "-c", "echo on; exec sleep 600") as trace:
+            self.assertEqual(trace.stdout.readline(), "on\n")
+            self.assertNotEqual(list(folder.iterdir()), [])
+            trace.send_signal(number)
+            self.assertEqual(trace.wait(bench.SOON), 128 + signal.SIGTERM)
+            self.assertEqual(list(folder.iterdir()), [])
+
+   def test_nothing_by_a_command_that_must_be_asked_twice(self):
+      folder = self.folder()
+      stubborn = "trap 'echo asked' TERM; echo on; while :; do sleep 0.05; done"
+      with self.trace_in(folder, "--", "sh", "-c", stubborn) as trace:
+         self.assertEqual(trace.stdout.readline(), "on\n")
+         trace.send_signal(signal.SIGTERM)
+         self.assertEqual(trace.stdout.readline(), "asked\n")
+         trace.send_signal(signal.SIGTERM)
+         self.assertEqual(trace.wait(bench.SOON), 128 + signal.SIGKILL)
+         self.assertEqual(list(folder.iterdir()), [])
+
+   def test_nothing_by_signals_while_it_starts(self):
+      folder = self.folder()
+      seen_folder = 0
+      for _ in range(40):
+         with self.trace_in(folder, "--", "sleep", "600") as trace:
+            seen_folder += bench.wait_for(lambda: list(folder.iterdir()))
+            trace.send_signal(signal.SIGTERM)
+            trace.wait(bench.SOON)
+            self.assertEqual(list(folder.iterdir()), [])
+      self.assertEqual(seen_folder, 40)
+
+   def test_nothing_by_a_time_that_runs_out(self):
+      folder = self.folder()
+      with self.trace_in(folder, "--timeout", "0.3", "--", "sleep", "600") as trace:
+         self.assertEqual(trace.wait(bench.SOON), 124)
+      self.assertEqual(list(folder.iterdir()), [])
+      place = self.folder() / "traced"
+      with self.trace_in(folder, "--timeout", "0.3", "--listen", str(place), "--to", "127.0.0.1:1") as trace:
+         self.assertEqual(trace.wait(bench.SOON), 124)
+      self.assertFalse(place.exists())
 
 
 class Local(bench.Case):

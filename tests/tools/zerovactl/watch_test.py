@@ -43,6 +43,14 @@ class Watch(bench.Case):
          del event["time"]
       self.assertEqual(events, [{"change": 7}, {"lost": -52024}, {"back": True, "change": 1}])
 
+   def test_ends_with_a_status_of_its_own_for_each_request(self):
+      for request, status in ((signal.SIGINT, 130), (signal.SIGTERM, 143), (signal.SIGHUP, 129)):
+         with self.subTest(request), bench.remote_service() as service:
+            with bench.start("watch", "--host", service.host) as watch:
+               watch.stdout.readline()
+               watch.send_signal(request)
+               self.assertEqual(watch.wait(bench.SOON), status)
+
    def test_tells_people_the_time_of_day(self):
       with bench.remote_service() as service:
          seen = bench.run("watch", "--count", "1", "--host", service.host)

@@ -4,6 +4,7 @@
 #include "tools/zerovactl/service_connection.h"
 #include "tools/zerovactl/shown_text.h"
 #include "tools/zerovactl/system.h"
+#include "tools/zerovactl/temporary_path.h"
 
 #include <arpa/inet.h>
 #include <atomic>
@@ -12,6 +13,7 @@
 #include <condition_variable>
 #include <cstring>
 #include <fcntl.h>
+#include <list>
 #include <mutex>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -115,7 +117,7 @@ Descriptor connectToHost(std::uint32_t host, std::uint16_t port)
    if (failure == EINPROGRESS) {
       pollfd watched = {made.get(), POLLOUT, 0};
       const int time = static_cast<int>(std::chrono::milliseconds(kLongestStep).count());
-      failure = poll(&watched, 1, time) == 1 ? pendingError(made.get()) : ETIMEDOUT;
+      failure = poll(&watched, 1, time) == 1 ? pendingFailure(made.get()) : ETIMEDOUT;
    }
    if (failure != 0)
       throw ConnectionFailure(dotted(host) + ":" + std::to_string(port) + ": " +
@@ -254,8 +256,6 @@ public:
          std::unique_lock lock(countMutex_);
          ended_.wait(lock, [this] { return count_ == 0; });
       }
-      for (const std::string& path : made_)
-         unlink(path.c_str());
    }
    Inside(const Inside&) = delete;
    Inside& operator=(const Inside&) = delete;
@@ -276,7 +276,7 @@ private:
          const sockaddr_un address = addressOfPath(pair.listen.path);
          removeStale(pair.listen.path, address);
          listeners_.push_back({listenAt(AF_UNIX, address, pair.listen.path), pair.to});
-         made_.push_back(pair.listen.path);
+         made_.emplace_back(pair.listen.path);
          places_.push_back(pair.listen.path);
          return;
       }
@@ -441,7 +441,7 @@ private:
    Sink sink_;
    std::mutex mutex_; // of the sink
    std::vector<Listener> listeners_;
-   std::vector<std::string> made_;
+   std::list<TemporaryPath> made_;
    std::vector<std::string> places_;
    Descriptor stopped_; // readable when all is to end
    Descriptor stop_;

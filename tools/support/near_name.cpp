@@ -1,10 +1,10 @@
-#include "tools/simulator/near_name.h"
+#include "tools/support/near_name.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
 
-namespace zerova::simulator {
+namespace zerova::tools {
 
 namespace {
 
@@ -39,4 +39,4 @@ std::string nearName(std::string_view meant, const std::vector<std::string>& nam
    return nearest;
 }
 
-} // namespace zerova::simulator
+} // namespace zerova::tools
