@@ -211,9 +211,9 @@ TEST_F(PipeTransfer, ZeroIsNoLimitEither)
 // The thread that reads; the test sends when it waits.
 TEST_F(PipeTransfer, ZeroWaitsForWhatHasNotCome)
 {
-   std::promise<pid_t> reader;
+   std::promise<zerova::test::ThreadNumber> reader;
    auto count = std::async(std::launch::async, [&] {
-      reader.set_value(gettid());
+      reader.set_value(zerova::test::ownThreadNumber());
       return read(0);
    });
    ASSERT_TRUE(zerova::test::waitUntilBlocked(reader.get_future().get()));
