@@ -19,8 +19,7 @@ std::string descriptorsOfANewProgram()
 void ChildService::start()
 {
    process_.tell();
-   if (!process_.waitToBeTold())
-      throw std::runtime_error("the service of the test did not start");
+   if (!process_.waitToBeTold()) throw std::runtime_error("the service of the test did not start");
 }
 
 } // namespace zerova::test
