@@ -138,8 +138,8 @@ std::map<std::string, std::string> processState()
    };
 }
 
-// The one that is linked into the library has two handles for a thread that calls, until that ends, and
-// two for a lock of the process.
+// The one that is linked into the library has two handles for a thread that calls, until that ends or the
+// library goes.
 void makeWhatARuntimeKeeps(const std::function<void()>& use)
 {
    use();
