@@ -1,22 +1,20 @@
 #include "lorvexlua/protected_call.h"
 
-#include <cfenv>
+#include "platform/floating_point.h"
 
 int lorvexlua_callProtected(lua_State* L, lua_CFunction function, void* request)
 {
-   std::fenv_t hosts;
-   std::feholdexcept(&hosts);
-   std::fesetenv(FE_DFL_ENV);
+   platform::FloatingPointEnvironment hosts;
+   platform::useUsualFloatingPoint(hosts);
    const int failure = lua_cpcall(L, function, request);
-   std::fesetenv(&hosts);
+   platform::restoreFloatingPoint(hosts);
    return failure;
 }
 
 void lorvexlua_close(lua_State* L)
 {
-   std::fenv_t hosts;
-   std::feholdexcept(&hosts);
-   std::fesetenv(FE_DFL_ENV);
+   platform::FloatingPointEnvironment hosts;
+   platform::useUsualFloatingPoint(hosts);
    lua_close(L);
-   std::fesetenv(&hosts);
+   platform::restoreFloatingPoint(hosts);
 }

@@ -74,7 +74,8 @@ struct __cxa_eh_globals
    unsigned int uncaughtExceptions;
 };
 
-[[gnu::section(".tls$zerova")]] static __cxa_eh_globals ofTemplate = {nullptr, 0};
+// The linker orders the template by name, and what marks its end is ".tls$ZZZ".
+[[gnu::section(".tls$ZEROVA")]] static __cxa_eh_globals ofTemplate = {nullptr, 0};
 
 extern "C" {
 

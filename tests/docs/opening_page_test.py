@@ -6,7 +6,8 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PAGE = ROOT / "docs" / "when-a-session-does-not-open.md"
-TESTS = [ROOT / "tests" / "exports" / f"{kind}_opening_test.cpp" for kind in ("local", "remote")]
+TESTS = [ROOT / "tests" / "exports" / name
+         for name in ("posix/local_opening_test.cpp", "posix/remote_commands_test.cpp", "remote_opening_test.cpp")]
 
 
 def rows():

@@ -4,7 +4,6 @@
 #include "service/locator_peer.h"
 #include "service/wire_bytes.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -16,7 +15,6 @@
 namespace {
 
 using namespace zerova::test;
-using testing::ElementsAreArray;
 
 constexpr const char* kRefusal = R"({"why":"clients of version 1.0 are too old"})";
 
@@ -36,45 +34,6 @@ SeenOpening tryToOpenAt(const Script& service)
 {
    const RemotePeer peer(service);
    return tryToOpen(sessionWith(peer.host()));
-}
-
-struct Place
-{
-   std::string cause;
-   std::string host;
-};
-
-TEST(RemoteOpening, CauseOnTheWayIsSeenAsItsRowSays)
-{
-   const std::string page = "HTTP/1.0 404 Not Found\r\n\r\n<p>No such page</p>\n";
-   const LoopbackAddress nobody;
-   const LoopbackAddress withAWebServer;
-   LocatorPeer webServer(withAWebServer.text(), page);
-   const LoopbackAddress withoutService;
-   const LoopbackAddress withAnotherProgram;
-   RawPeer another(Listener::tcp(withAnotherProgram.text()), Script().receive().close());
-   const std::optional<ReservedAddress> closed = ReservedAddress::take(withoutService.text(), 4000);
-   LocatorPeer staleLocator(withoutService.text(), mappingReply(4000));
-   LocatorPeer mistakenLocator(withAnotherProgram.text(), mappingReply(another.port()));
-   const std::vector<Place> places = {
-      {"unknown host", "no host has a name with blanks"},
-      {"no locator", nobody.text()},
-      {"locator that is something else", withAWebServer.text()},
-      {"closed port", withoutService.text()},
-      {"another program at the port", withAnotherProgram.text()},
-   };
-   std::vector<Opening> openings;
-   for (const Place& place : places)
-      openings.push_back(sessionWith(place.host));
-
-   const std::vector<SeenOpening> seen = tryToOpenAtOnce(openings);
-
-   for (std::size_t i = 0; i < places.size(); ++i) {
-      expectRow(places[i].cause, seen[i]);
-      EXPECT_THAT(linesOfCommands("the host", places[i].host),
-                  ElementsAreArray(rowOf(places[i].cause)["The commands say"]))
-         << places[i].cause;
-   }
 }
 
 TEST(RemoteOpening, RefusedVersionIsSeenAsItsRowSays)

@@ -3,33 +3,41 @@
 #ifndef TESTS_FAULTS_CHILD_SERVICE_H
 #define TESTS_FAULTS_CHILD_SERVICE_H
 
-#include "service/raw_peer.h"
+#include "support/child_process.h"
 
+#include <cstdint>
 #include <string>
 
-#include <sys/types.h>
-
 namespace zerova::test {
+
+// What it does on each connection.
+enum class ChildScript
+{
+   answering, // every call as it would succeed
+   refusing,  // the version, at once and for good, with kRefusalOfAChild
+   breaking,  // accepts the version, receives one call and closes
+   touring    // answers as tour_service.h says
+};
+
+inline constexpr std::int32_t kRefusalOfAChild = -77;
+
+// How many descriptors or handles a program has open that this process has started, as a number.
+std::string descriptorsOfANewProgram();
 
 class ChildService
 {
 public:
    // Plays script on each connection to a local endpoint and, unless address is empty, to a host at
-   // that loopback address, with its locator. The process begins at once, so make it while the test
-   // has one thread; the endpoints are there when start() returns. A failure ends the test program.
-   explicit ChildService(const Script& script, const std::string& address = "");
-   ~ChildService();
-   ChildService(const ChildService&) = delete;
-   ChildService& operator=(const ChildService&) = delete;
+   // that loopback address, with its locator. The process begins at once; the endpoints are there when
+   // start() returns. What fails throws std::runtime_error.
+   explicit ChildService(ChildScript script, const std::string& address = "");
 
    void start();
-   void freeze(); // it keeps its connections and does nothing
-   void kill();   // by SIGKILL; returns when it is gone
+   void freeze() { process_.freeze(); }
+   void kill() { process_.kill(); }
 
 private:
-   pid_t process_ = -1;
-   int toChild_ = -1;
-   int fromChild_ = -1;
+   ChildProcess process_;
 };
 
 } // namespace zerova::test

@@ -1,11 +1,11 @@
 // What docs/host.md tells a host that it can rely on, and that no other test looks at.
-#include "exports/peer_session.h"
 #include "faults/child_service.h"
 #include "faults/endpoint.h"
 #include "faults/fixed_status.h"
 #include "faults/process_state.h"
 #include "lorvex_translator.h"
-#include "service/wire_bytes.h"
+#include "service/loopback_address.h"
+#include "support/environment.h"
 #include "support/open_descriptors.h"
 #include "support/scratch_folder.h"
 
@@ -14,9 +14,7 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
-#include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -77,31 +75,6 @@ char* allocate(void*, size_t length, void* context, quelerr_Status*)
    return length <= room->text.size() ? room->text.data() : nullptr;
 }
 
-// Sets a variable of the environment and gives the former value back at its end.
-class Variable
-{
-public:
-   Variable(const char* name, const std::string& value)
-      : name_(name)
-   {
-      if (const char* const held = std::getenv(name)) held_ = held;
-      setenv(name, value.c_str(), 1);
-   }
-   ~Variable()
-   {
-      if (held_)
-         setenv(name_, held_->c_str(), 1);
-      else
-         unsetenv(name_);
-   }
-   Variable(const Variable&) = delete;
-   Variable& operator=(const Variable&) = delete;
-
-private:
-   const char* const name_;
-   std::optional<std::string> held_;
-};
-
 class HostProcess : public testing::Test
 {
 protected:
@@ -125,7 +98,7 @@ protected:
    }
 
    LoopbackAddress address;
-   ChildService service{answeringPlainly(), address.text()};
+   ChildService service{ChildScript::answering, address.text()};
    FixedStatus status;
 };
 
@@ -182,12 +155,13 @@ TEST_F(HostProcess, TranslatorMayPassFromThreadToThread)
    std::thread([&] { translator->destroy(translator); }).join();
 }
 
-TEST_F(HostProcess, SessionHoldsOneDescriptorAndATranslatorNone)
+TEST_F(HostProcess, SessionHoldsTheDescriptorsOfItsConnectionAndATranslatorNone)
 {
    for (const Endpoint endpoint : {Endpoint::local, Endpoint::tcp}) {
+      makeWhatARuntimeKeeps([&] { zerovaapi_destroySession(connect(endpoint)); });
       const size_t before = openDescriptors();
       const zerovaapi_Session session = connect(endpoint);
-      EXPECT_EQ(openDescriptors(), before + 1);
+      EXPECT_EQ(openDescriptors(), before + descriptorsOfASession(endpoint));
       zerovaapi_destroySession(session);
       EXPECT_EQ(openDescriptors(), before);
    }
@@ -204,7 +178,7 @@ TEST_F(HostProcess, NoFileIsMadeInTheWorkingFolderOrTheTemporaryOne)
    const std::filesystem::path usual = std::filesystem::current_path();
    std::filesystem::current_path(folder.path());
    {
-      const Variable temporary("TMPDIR", folder.path());
+      const EnvironmentVariable temporary(kTemporaryFolderVariable, folder.path().c_str());
       for (const Endpoint endpoint : {Endpoint::local, Endpoint::tcp})
          zerovaapi_destroySession(connect(endpoint));
       lorvex_Translator* const translator = createTranslator();
@@ -221,8 +195,8 @@ TEST_F(HostProcess, SearchPathsOfTheEnvironmentLeadToNoScript)
 {
    const ScratchFolder folder;
    folder.write("client.lua", "return {}");
-   const Variable scripts("LUA_PATH", folder.path() + "/?.lua");
-   const Variable native("LUA_CPATH", folder.path() + "/?.so");
+   const EnvironmentVariable scripts("LUA_PATH", folder.path("?.lua").c_str());
+   const EnvironmentVariable native("LUA_CPATH", folder.path("?.so").c_str());
    EXPECT_EQ(lorvex_exported_create("dorvex_zerova", R"({"lorvexlua_xlator":"client"})", status),
              nullptr);
    EXPECT_EQ(status.code(), -52003);

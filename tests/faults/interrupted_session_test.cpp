@@ -8,12 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
-#include <future>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -21,17 +18,6 @@ namespace {
 using namespace zerova::test;
 
 constexpr int kMany = 1000;
-
-// False if they did not come within their time.
-bool waitFor(const Signals& signals, int count)
-{
-   const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-   while (signals.count() < count) {
-      if (std::chrono::steady_clock::now() > limit) return false;
-      std::this_thread::yield();
-   }
-   return true;
-}
 
 class InterruptedSession : public testing::TestWithParam<Endpoint>
 {
@@ -43,7 +29,7 @@ protected:
    {
       return Script()
          .acceptVersion()
-         .call([this] { wasInterrupted = waitFor(signals, signals.count() + kMany); })
+         .call([this] { wasInterrupted = signals.waitForMore(kMany); })
          .answerAll([answer](const std::string&) { return answer; });
    }
 
@@ -96,29 +82,6 @@ TEST_P(InterruptedSession, ReadsALongReplyInManyPieces)
    EXPECT_TRUE(devices[0] == name);
    EXPECT_TRUE(wasInterrupted);
    zerovaapi_destroyStringArray(devices);
-}
-
-// A listener without room does not answer: the system tries again by itself after a second.
-TEST(InterruptedConnect, IsWaitedForInTheOneAttempt)
-{
-   constexpr int kSome = 300;
-   const LoopbackAddress host;
-   Listener listener = Listener::tcp(host.text(), 0, 0);
-   const Stream other = Stream::connectTcp(host.text(), listener.port());
-   LocatorPeer locator(host.text(), mappingReply(listener.port()));
-   const Signals signals;
-   auto service = std::async(std::launch::async, [&] {
-      locator.peer().waitUntilFinished(0);
-      waitFor(signals, signals.count() + kSome);
-      return std::make_unique<RawPeer>(std::move(listener), answeringPlainly());
-   });
-   CheckedStatus status;
-   const zerovaapi_Session session = zerovaapi_createRemoteSession(host.text().c_str(), status);
-   const auto running = service.get();
-   EXPECT_NE(session, nullptr) << status.json();
-   EXPECT_EQ(locator.requests().size(), 1u);
-   EXPECT_GE(signals.count(), kSome);
-   zerovaapi_destroySession(session);
 }
 
 } // namespace

@@ -9,8 +9,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <future>
 #include <memory>
 #include <string>
@@ -31,7 +29,7 @@ protected:
 
    LoopbackAddress host;
    std::unique_ptr<ChildService> service =
-      std::make_unique<ChildService>(answeringPlainly(), host.text());
+      std::make_unique<ChildService>(ChildScript::answering, host.text());
 };
 
 INSTANTIATE_TEST_SUITE_P(All, KilledService, testing::Values(Endpoint::local, Endpoint::tcp),
@@ -41,9 +39,9 @@ INSTANTIATE_TEST_SUITE_P(All, KilledService, testing::Values(Endpoint::local, En
 template <typename Action>
 std::thread blockedThread(Action action)
 {
-   std::promise<pid_t> number;
+   std::promise<ThreadNumber> number;
    std::thread thread([&number, action] {
-      number.set_value(gettid());
+      number.set_value(ownThreadNumber());
       action();
    });
    EXPECT_TRUE(waitUntilBlocked(number.get_future().get()));
@@ -67,7 +65,7 @@ TEST_P(KilledService, BetweenCallsIsACommunicationsFaultAndItsSuccessorIsFound)
    }
    zerovaapi_destroySession(session);
 
-   ChildService successor(answeringPlainly(), host.text());
+   ChildService successor(ChildScript::answering, host.text());
    successor.start();
    const zerovaapi_Session next = connect(status);
    ASSERT_NE(next, nullptr) << status.json();
@@ -80,7 +78,7 @@ TEST_P(KilledService, DuringACallIsACommunicationsFault)
 {
    for (const ServiceCall& call : serviceCalls()) {
       SCOPED_TRACE(call.method);
-      service = std::make_unique<ChildService>(answeringPlainly(), host.text());
+      service = std::make_unique<ChildService>(ChildScript::answering, host.text());
       service->start();
       CheckedStatus status;
       const zerovaapi_Session session = connect(status);
@@ -100,7 +98,7 @@ TEST_P(KilledService, DuringACallIsACommunicationsFault)
 TEST_P(KilledService, WhileASessionBeginsIsAnAttemptThatIsMadeAgain)
 {
    service->start();
-   ChildService successor(answeringPlainly(), host.text());
+   ChildService successor(ChildScript::answering, host.text());
    service->freeze();
    CheckedStatus status;
    zerovaapi_Session session = nullptr;

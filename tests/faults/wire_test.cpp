@@ -10,8 +10,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <atomic>
 #include <string>
 #include <tuple>
@@ -82,7 +80,7 @@ TEST_P(WireOfEveryCall, ReplyThatComesByteByByteIsTheReply)
 
 TEST_P(WireOfEveryCall, ReplyIsWaitedFor)
 {
-   const pid_t client = gettid();
+   const ThreadNumber client = ownThreadNumber();
    std::atomic<bool> wasBlocked = false;
    const auto waitForClient = [client, &wasBlocked] { wasBlocked = waitUntilBlocked(client); };
    const std::string start = reply.substr(0, 2);
@@ -148,7 +146,7 @@ TEST_P(WireOfTheVersion, ReplyThatIsCutAnywhereIsAskedForAgain)
 
 TEST_P(WireOfTheVersion, ReplyMayComeLateAndByteByByteWithAStrayMessageBehindIt)
 {
-   const pid_t client = gettid();
+   const ThreadNumber client = ownThreadNumber();
    const EndpointPeer peer(GetParam(), {Script()
                                            .receive()
                                            .call([client] { waitUntilBlocked(client); })

@@ -5,7 +5,6 @@
 
 #include "faults/child_service.h"
 #include "hosts/tour.h"
-#include "hosts/tour_service.h"
 #include "service/loopback_address.h"
 
 #include <gtest/gtest.h>
@@ -31,7 +30,7 @@ protected:
 
 private:
    LoopbackAddress address_;
-   ChildService service_{tourService(), address_.text()};
+   ChildService service_{ChildScript::touring, address_.text()};
 };
 
 } // namespace zerova::test

@@ -5,9 +5,6 @@
 
 #include <gmock/gmock.h>
 
-#include <future>
-#include <thread>
-
 namespace {
 
 using namespace zerova::test;
@@ -39,26 +36,6 @@ TEST_F(Host, LendsTheLibraryNothingButWhatStandsInForTheSystemsOwn)
    EXPECT_GT(bindings.count(), 100u);
    EXPECT_THAT(bindings.toTheProgramAlone(), IsEmpty());
    ASSERT_TRUE(tourUnload(&tour, ZEROVAAPI_LIBRARY)) << tour.failure;
-}
-
-TEST_F(Host, ThreadThatUsedTheLibraryMayEndBehindIt)
-{
-   Tour tour{};
-   std::promise<void> used;
-   std::promise<void> unloaded;
-   std::thread thread([&] {
-      tourLoad(&tour, ZEROVAAPI_LIBRARY, false);
-      tourOpen(&tour, serviceHost());
-      tourUse(&tour);
-      tourClose(&tour);
-      used.set_value();
-      unloaded.get_future().wait();
-   });
-   used.get_future().wait();
-   const bool gone = tourUnload(&tour, ZEROVAAPI_LIBRARY);
-   unloaded.set_value();
-   thread.join();
-   EXPECT_TRUE(gone) << tour.failure;
 }
 
 } // namespace

@@ -31,7 +31,9 @@ protected:
 
 private:
    ScratchFolder folder_;
-   std::string files_[2] = {ZEROVAAPI_LIBRARY, folder_.path("libzerovaapi.so")};
+   std::string files_[2] = {
+      ZEROVAAPI_LIBRARY,
+      folder_.path(std::filesystem::path(ZEROVAAPI_LIBRARY).filename().string())};
    Tour tours_[2] = {};
 };
 

@@ -4,11 +4,14 @@
 
 #include <cfenv>
 
+// Those of the calling thread, as a number of the system's.
+int unmaskedTraps();
+
 // What can be read of an environment: the rounding, the unmasked traps and the flags raised.
 struct FloatingPointState
 {
    int rounding = std::fegetround();
-   int traps = fegetexcept();
+   int traps = unmaskedTraps();
    int flags = std::fetestexcept(FE_ALL_EXCEPT);
 
    bool operator==(const FloatingPointState&) const = default;
@@ -17,20 +20,16 @@ struct FloatingPointState
 class FloatingPoint
 {
 public:
-   FloatingPoint() { std::fegetenv(&usual_); }
+   FloatingPoint() = default;
    FloatingPoint(const FloatingPoint&) = delete;
    FloatingPoint& operator=(const FloatingPoint&) = delete;
-   ~FloatingPoint() { std::fesetenv(&usual_); }
+   ~FloatingPoint() { setUsual(); }
+
+   // As a program begins.
+   static void setUsual();
 
    // Lets every exception end the process, inexact results included.
-   static void unmaskTraps()
-   {
-      std::feclearexcept(FE_ALL_EXCEPT);
-      feenableexcept(FE_ALL_EXCEPT);
-   }
-
-private:
-   std::fenv_t usual_ = {};
+   static void unmaskTraps();
 };
 
 #endif

@@ -1,11 +1,13 @@
 #include "support/heap_watch.h"
 
 #include "support/block_size.h"
+#include "support/library_heap.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <new>
+#include <optional>
 
 namespace zerova::test {
 
@@ -26,33 +28,44 @@ struct Watched
 
 thread_local Watched watched;
 
-void* allocate(std::size_t size)
+class OfTheThread : public HeapWatcher
 {
-   if (watched.active) {
+public:
+   bool allows(std::size_t bytes) override
+   {
+      if (!watched.active) return true;
       ++watched.count;
-      watched.largest = std::max(watched.largest, size);
-      if (watched.untilFailure != 0 && --watched.untilFailure == 0) {
-         watched.failed = true;
-         if (watched.raise) watched.raise();
-         throw std::bad_alloc();
-      }
-      if (size > watched.limit) {
-         watched.failed = true;
-         throw std::bad_alloc();
-      }
+      watched.largest = std::max(watched.largest, bytes);
+      const bool isChosen = watched.untilFailure != 0 && --watched.untilFailure == 0;
+      if (!isChosen && bytes <= watched.limit) return true;
+      watched.failed = true;
+      if (isChosen && watched.raise) watched.raise();
+      return false;
    }
-   void* const block = std::malloc(size != 0 ? size : 1);
-   if (!block) throw std::bad_alloc();
-   if (watched.active) {
-      watched.inUse += static_cast<std::ptrdiff_t>(blockSize(block));
+
+   void hasTaken(std::ptrdiff_t bytes) override
+   {
+      if (!watched.active) return;
+      watched.inUse += bytes;
       watched.peak = std::max(watched.peak, watched.inUse);
    }
+};
+
+OfTheThread watcher;
+std::optional<WatchedLibraryHeap> libraryHeap;
+
+void* allocate(std::size_t size)
+{
+   if (!watcher.allows(size)) throw std::bad_alloc();
+   void* const block = std::malloc(size != 0 ? size : 1);
+   if (!block) throw std::bad_alloc();
+   watcher.hasTaken(static_cast<std::ptrdiff_t>(blockSize(block)));
    return block;
 }
 
 void release(void* block) noexcept
 {
-   if (watched.active && block) watched.inUse -= static_cast<std::ptrdiff_t>(blockSize(block));
+   if (block) watcher.hasTaken(-static_cast<std::ptrdiff_t>(blockSize(block)));
    std::free(block);
 }
 
@@ -70,12 +83,14 @@ void* allocateOrNull(std::size_t size) noexcept
 HeapWatch::HeapWatch()
 {
    watched = Watched{};
+   libraryHeap.emplace(watcher);
    watched.active = true;
 }
 
 HeapWatch::~HeapWatch()
 {
    watched.active = false;
+   libraryHeap.reset();
 }
 
 void HeapWatch::failNth(std::size_t n, void (*raise)())

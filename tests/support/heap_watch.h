@@ -2,7 +2,8 @@
 //
 // A program that links zerova_heap_watch has an operator new of its own, for its own code and for
 // every library that it loads, also under a sanitizer. It asks malloc, so a FailingMalloc sees
-// these requests as well.
+// these requests as well. Where the built library has operators of its own, all that it asks of malloc
+// is seen instead, and a request that fails makes its operator new throw std::bad_alloc.
 #ifndef TESTS_SUPPORT_HEAP_WATCH_H
 #define TESTS_SUPPORT_HEAP_WATCH_H
 

@@ -2,29 +2,21 @@
 #ifndef TESTS_SUPPORT_SIGNALS_H
 #define TESTS_SUPPORT_SIGNALS_H
 
-#include <atomic>
+#include "support/interruption.h"
+
 #include <chrono>
 #include <condition_variable>
-#include <csignal>
 #include <mutex>
 #include <thread>
 
-// While it lives, the thread that made it takes a signal about every millisecond, whose handler does
-// not have interrupted calls begun again. They end after 20 s at the latest, so that what every
-// signal prolongs ends too, if late. One at a time.
+// While it lives, the thread that made it is interrupted about every millisecond. That ends after 20 s at
+// the latest, so that what every signal prolongs ends too, if late. One at a time.
 class Signals
 {
 public:
    Signals()
-      : target_(pthread_self())
+      : thread_([this] { send(); })
    {
-      taken() = 0;
-      struct sigaction counting
-      {
-      };
-      counting.sa_handler = [](int) { ++taken(); };
-      sigaction(SIGUSR1, &counting, &previous_);
-      thread_ = std::thread([this] { send(); });
    }
    ~Signals()
    {
@@ -34,33 +26,37 @@ public:
       }
       end_.notify_all();
       thread_.join();
-      sigaction(SIGUSR1, &previous_, nullptr);
    }
    Signals(const Signals&) = delete;
    Signals& operator=(const Signals&) = delete;
 
    // Their number so far.
-   int count() const { return taken(); }
+   int count() const { return Interruption::taken; }
 
-private:
-   static std::atomic<int>& taken()
+   // Waits for so many more. False if they did not come within 30 s.
+   bool waitForMore(int number) const
    {
-      static std::atomic<int> number{0};
-      return number;
+      const int wanted = count() + number;
+      const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+      while (count() < wanted) {
+         if (std::chrono::steady_clock::now() > limit) return false;
+         std::this_thread::yield();
+      }
+      return true;
    }
 
+private:
    void send()
    {
       const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
       std::unique_lock<std::mutex> guard(lock_);
       while (!isOver_ && std::chrono::steady_clock::now() < limit) {
-         pthread_kill(target_, SIGUSR1);
+         interruption_.send();
          end_.wait_for(guard, std::chrono::milliseconds(1));
       }
    }
 
-   const pthread_t target_;
-   struct sigaction previous_ = {};
+   const Interruption interruption_;
    std::mutex lock_;
    std::condition_variable end_;
    bool isOver_ = false;

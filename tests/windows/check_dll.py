@@ -1,7 +1,8 @@
-"""check_dll.py DLL LIST OBJDUMP: holds the DLL to its exports, to what it may import, and to its size."""
+"""check_dll.py DLL LIST OBJDUMP: holds the DLL to its exports, imports and size, and to what memory a thread has for it."""
 
 import pathlib
 import re
+import struct
 import subprocess
 import sys
 
@@ -10,6 +11,23 @@ MOST_BYTES = 2_000_000
 
 # They take and give names in the system's code page, in which not every file has one.
 NARROW = {"GetModuleFileNameA", "LoadLibraryA", "FindFirstFileA", "SHGetFolderPathA", "fopen", "freopen", "remove", "rename"}
+
+
+def unclaimed_thread_bytes(dll):
+    """How many at the end of the threads' memory the system does not set aside, though they are linked in."""
+    data = pathlib.Path(dll).read_bytes()
+    optional = struct.unpack_from("<I", data, 0x3C)[0] + 24
+    count, head_size = struct.unpack_from("<H12xH", data, optional - 18)
+    base = struct.unpack_from("<Q", data, optional + 24)[0]
+    directory = struct.unpack_from("<I", data, optional + 112 + 9 * 8)[0]
+    section_of = {}
+    told_end = 0
+    for i in range(count):
+        name, size, address, _, at = struct.unpack_from("<8s4I", data, optional + head_size + i * 40)
+        section_of[name.rstrip(b"\0")] = address + size
+        if address <= directory < address + size:
+            told_end = struct.unpack_from("<Q", data, at + directory - address + 8)[0] - base
+    return section_of[b".tls"] - told_end
 
 
 def faults(dll, names, objdump):
@@ -28,6 +46,8 @@ def faults(dll, names, objdump):
     size = pathlib.Path(dll).stat().st_size
     if size >= MOST_BYTES:
         yield f"{size} bytes are {MOST_BYTES} or more"
+    if unclaimed_thread_bytes(dll) > 16:  # the word that marks the end lies behind it
+        yield f"{unclaimed_thread_bytes(dll)} bytes of a thread's own memory are beyond what the system gives it"
     if ".rsrc" not in subprocess.run([objdump, "-h", dll], capture_output=True, text=True, check=True).stdout:
         yield "no resource tells the version"
 

@@ -73,7 +73,7 @@ TEST_F(FloatingPointHost, UnmaskedTrapsEndNothingAndChangeNoText)
    translator->getStaticDesc(translator, 2, 0, HostMemory::allocate, &memory, &failed);
    if (another) another->destroy(another);
    destroy();
-   std::fesetenv(FE_DFL_ENV);
+   FloatingPoint::setUsual();
 
    EXPECT_NE(another, nullptr);
    EXPECT_EQ(given.at(0), usual.at(1));
@@ -108,7 +108,7 @@ TEST_F(FloatingPointHost, EnvironmentIsAsItWasAfterEveryOperation)
    after.emplace_back();
    destroy();
    after.emplace_back();
-   std::fesetenv(FE_DFL_ENV);
+   FloatingPoint::setUsual();
 
    EXPECT_EQ(before.rounding, FE_UPWARD);
    for (size_t i = 0; i < after.size(); ++i)
@@ -163,7 +163,7 @@ TEST_F(FloatingPointHost, CallbacksSeeItsOwnEnvironment)
    translator->getDynamicDesc(translator, "{}", 0, "", Watch::allocate, &watch, &outcomes[0]);
    translator->getDynamicDesc(translator, "{}", 1, "", Watch::allocate, &watch, &outcomes[1]);
    translator->getStaticDesc(translator, 1, 0, Watch::allocate, &watch, &outcomes[2]);
-   std::fesetenv(FE_DFL_ENV);
+   FloatingPoint::setUsual();
 
    EXPECT_EQ(outcomes[0].code, 0);
    EXPECT_EQ(outcomes[1].code, -5);

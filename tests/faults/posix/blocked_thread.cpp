@@ -1,6 +1,7 @@
 #include "faults/blocked_thread.h"
 
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <fstream>
@@ -31,7 +32,12 @@ bool receivesOrPolls(long number)
 
 } // namespace
 
-bool waitUntilBlocked(pid_t thread)
+ThreadNumber ownThreadNumber()
+{
+   return static_cast<ThreadNumber>(gettid());
+}
+
+bool waitUntilBlocked(ThreadNumber thread)
 {
    const std::string file = "/proc/self/task/" + std::to_string(thread) + "/syscall";
    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);

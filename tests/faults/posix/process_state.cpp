@@ -173,4 +173,34 @@ std::map<std::string, std::string> processState()
    };
 }
 
+void makeWhatARuntimeKeeps(const std::function<void()>&) {}
+
+std::size_t descriptorsOfASession(Endpoint)
+{
+   return 1;
+}
+
+namespace {
+
+struct sigaction ignored(int number)
+{
+   struct sigaction usual = {};
+   struct sigaction ignoring = {};
+   ignoring.sa_handler = SIG_IGN;
+   sigaction(number, &ignoring, &usual);
+   return usual;
+}
+
+} // namespace
+
+UnusualProcess::UnusualProcess()
+   : restore_([rounding = std::fegetround(), mask = umask(0077), usual = ignored(SIGUSR1)] {
+      std::fesetround(rounding);
+      sigaction(SIGUSR1, &usual, nullptr);
+      umask(mask);
+   })
+{
+   std::fesetround(FE_UPWARD);
+}
+
 } // namespace zerova::test

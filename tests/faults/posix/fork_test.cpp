@@ -2,9 +2,8 @@
 #include "faults/child_service.h"
 #include "faults/endpoint.h"
 #include "faults/fixed_status.h"
-#include "faults/forked_copy.h"
+#include "faults/posix/forked_copy.h"
 #include "service/loopback_address.h"
-#include "service/wire_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -34,9 +33,7 @@ protected:
    }
 
    const LoopbackAddress host;
-   ChildService service{
-      Script().answerAll([](const std::string& frame) { return plainReply(methodOf(frame)); }),
-      host.text()};
+   ChildService service{ChildScript::answering, host.text()};
 };
 
 INSTANTIATE_TEST_SUITE_P(All, ForkedCopy, testing::Values(Endpoint::local, Endpoint::tcp),

@@ -1,4 +1,4 @@
-#include "faults/forked_copy.h"
+#include "faults/posix/forked_copy.h"
 
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
 // A child that is a copy of this process, with its memory and its descriptors.
-#ifndef TESTS_FAULTS_FORKED_COPY_H
-#define TESTS_FAULTS_FORKED_COPY_H
+#ifndef TESTS_FAULTS_POSIX_FORKED_COPY_H
+#define TESTS_FAULTS_POSIX_FORKED_COPY_H
 
 #include <functional>
 

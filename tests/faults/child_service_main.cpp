@@ -1,0 +1,68 @@
+// The program of a ChildService: SCRIPT ADDRESS, both as that tells them. It begins to serve at the
+// first byte of its input, tells by a byte of its output that it does, and ends with its input. Without
+// them it tells how many descriptors it has been given.
+#include "faults/child_service.h"
+#include "hosts/tour_service.h"
+#include "service/locator_peer.h"
+#include "service/wire_bytes.h"
+#include "support/open_descriptors.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <optional>
+
+namespace {
+
+using namespace zerova::test;
+
+Script scriptOf(ChildScript script)
+{
+   switch (script) {
+   case ChildScript::answering:
+      return Script().answerAll(
+         [](const std::string& frame) { return plainReply(methodOf(frame)); });
+   case ChildScript::refusing:
+      return Script().answerAll([](const std::string&) {
+         return statusReply("version", kRefusalOfAChild, R"({"why":"too old"})");
+      });
+   case ChildScript::breaking:
+      return Script().acceptVersion().receive().close();
+   case ChildScript::touring:
+      return tourService();
+   }
+   return {};
+}
+
+void serve(const Script& script, const std::string& address)
+{
+   const RawPeer plain(Listener::local("com.zerova"), script);
+   const RawPeer immediate(Listener::local("com.zerova.immediate"), script);
+   std::optional<RawPeer> remote;
+   std::optional<LocatorPeer> locator;
+   if (!address.empty()) {
+      remote.emplace(Listener::tcp(address), script);
+      locator.emplace(address, mappingReply(remote->port()));
+   }
+   std::putchar('s');
+   std::fflush(stdout);
+   std::getchar();
+}
+
+} // namespace
+
+int main(int count, char** words)
+{
+   if (count < 3) {
+      std::printf("%zu", openDescriptors());
+      return 0;
+   }
+   if (std::getchar() == EOF) return 0;
+   try {
+      serve(scriptOf(static_cast<ChildScript>(std::atoi(words[1]))), words[2]);
+   } catch (const std::exception& error) {
+      std::fprintf(stderr, "%s\n", error.what());
+      return 1;
+   }
+   return 0;
+}
