@@ -2,6 +2,7 @@
 
 import pathlib
 import re
+import struct
 import subprocess
 import sys
 
@@ -10,6 +11,27 @@ MOST_BYTES = 2_000_000
 
 # They take and give names in the system's code page, in which not every file has one.
 NARROW = {"GetModuleFileNameA", "LoadLibraryA", "FindFirstFileA", "SHGetFolderPathA", "fopen", "freopen", "remove", "rename"}
+
+
+# What stands in the section of threads' own variables and is none: the mark of their end, and a gap
+# that it is aligned by.
+MARK_BYTES = 16
+
+
+def bytes_of_threads(image):
+    """Of the section of threads' own variables, and of what the system sets aside for each thread."""
+    head = struct.unpack_from("<I", image, 0x3C)[0]
+    sections, size = struct.unpack_from("<H12xH", image, head + 6)
+    optional = head + 24
+    base = struct.unpack_from("<Q", image, optional + 24)[0]
+    directory = struct.unpack_from("<I", image, optional + 112 + 9 * 8)[0]
+    for at in range(optional + size, optional + size + sections * 40, 40):
+        name, length, address, _, place = struct.unpack_from("<8s4I", image, at)
+        if address <= directory < address + length:
+            begin, end = struct.unpack_from("<QQ", image, place + directory - address)
+        if name.rstrip(b"\0") == b".tls":
+            section, start = length, base + address
+    return section, end - start if begin == start else 0
 
 
 def faults(dll, names, objdump):
@@ -28,6 +50,9 @@ def faults(dll, names, objdump):
     size = pathlib.Path(dll).stat().st_size
     if size >= MOST_BYTES:
         yield f"{size} bytes are {MOST_BYTES} or more"
+    section, set_aside = bytes_of_threads(pathlib.Path(dll).read_bytes())
+    if section - set_aside > MARK_BYTES or set_aside < section // 2:
+        yield f"of {section} bytes of threads' own variables, {set_aside} are set aside for a thread"
     if ".rsrc" not in subprocess.run([objdump, "-h", dll], capture_output=True, text=True, check=True).stdout:
         yield "no resource tells the version"
 
