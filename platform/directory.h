@@ -19,7 +19,7 @@ struct DirectoryEntry
    static constexpr size_t kNameSize = 260;
 
    char name[kNameSize]; // UTF-8 as far as the file system's names are; cut to fit
-   bool isRegular;       // a plain file, or a link to one
+   bool isRegular;       // a plain file, or a link to one, that can be opened by the name
 };
 
 // Opens a folder for listing. path as in openTextFile. Returns 0, or the number of errno for the

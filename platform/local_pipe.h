@@ -68,7 +68,7 @@ struct PipeTransfer
 };
 
 // The start fails at once for what the system can tell at once; a transfer that is under way has
-// started.
+// started. Reading nothing has ended at its start.
 int startRead(Handle pipe, void* buffer, uint32_t length, PipeTransfer& transfer);
 int startWrite(Handle pipe, const void* data, uint32_t length, PipeTransfer& transfer);
 

@@ -8,12 +8,14 @@ namespace {
 static_assert(sizeof(wchar_t) == sizeof(uint16_t));
 static_assert(platform::kSystemCodePage == CP_ACP);
 
-// Composed characters, and nothing that the page does not know. The page of GB 18030 takes no word
-// about composition.
+// Composed characters, and nothing that the page does not know. The pages of GB 18030 and of UTF-8,
+// which a process can have for its own, take no word about composition.
 DWORD flagsFor(uint32_t codePage)
 {
    constexpr UINT kGb18030 = 54936;
-   const bool takesNoForm = codePage == platform::kSystemCodePage && GetACP() == kGb18030;
+   if (codePage != platform::kSystemCodePage) return MB_ERR_INVALID_CHARS | MB_PRECOMPOSED;
+   const UINT own = GetACP();
+   const bool takesNoForm = own == kGb18030 || own == CP_UTF8;
    return MB_ERR_INVALID_CHARS | (takesNoForm ? 0u : DWORD{MB_PRECOMPOSED});
 }
 

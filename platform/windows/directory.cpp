@@ -93,8 +93,9 @@ bool readEntry(Directory* directory, DirectoryEntry* entry)
    if (!listing->isNew && !FindNextFileW(listing->search, &listing->found)) return false;
    listing->isNew = false;
    const WIN32_FIND_DATAW& found = listing->found;
-   putUtf8(found.cFileName, std::wcslen(found.cFileName), entry->name, sizeof entry->name);
-   entry->isRegular = isRegular(found.dwFileAttributes);
+   const bool isItsName =
+      putUtf8(found.cFileName, std::wcslen(found.cFileName), entry->name, sizeof entry->name);
+   entry->isRegular = isItsName && isRegular(found.dwFileAttributes);
    return true;
 }
 

@@ -87,6 +87,9 @@ int startRead(Handle pipe, void* buffer, uint32_t length, PipeTransfer& transfer
 {
    OVERLAPPED* const record = recordOf(transfer);
    record->hEvent = handleOf(transfer.event);
+   // The system would let it wait for bytes of which it takes none. A record of zeros is that of a
+   // transfer that has ended well with none.
+   if (length == 0) return SetEvent(record->hEvent) ? 0 : lastFailure();
    return startOf(ReadFile(handleOf(pipe), buffer, length, nullptr, record));
 }
 

@@ -1,8 +1,9 @@
 #include "platform/socket.h"
 
+#include "platform/windows/uninherited_socket.h"
+
 #include <cstring>
 #include <windows.h>
-#include <winsock2.h>
 
 namespace platform {
 namespace {
@@ -40,8 +41,7 @@ bool stopSockets()
 
 Socket createTcpSocket()
 {
-   return static_cast<Socket>(WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0,
-                                         WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT));
+   return static_cast<Socket>(uninheritedSocket(AF_INET, SOCK_STREAM, 0));
 }
 
 // Unconnected, which select finds neither ready nor in error.

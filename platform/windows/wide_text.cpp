@@ -11,6 +11,8 @@ namespace platform {
 
 namespace {
 
+constexpr uint32_t kReplacement = 0xFFFD;
+
 bool isHighSurrogate(uint32_t unit)
 {
    return unit >= 0xD800 && unit <= 0xDBFF;
@@ -26,7 +28,7 @@ uint32_t takeCodePoint(const wchar_t*& text, const wchar_t* end)
    const uint32_t unit = *text++;
    if (isHighSurrogate(unit) && text != end && isLowSurrogate(*text))
       return 0x10000 + ((unit - 0xD800) << 10) + (uint32_t{*text++} - 0xDC00);
-   return isHighSurrogate(unit) || isLowSurrogate(unit) ? 0xFFFD : unit;
+   return isHighSurrogate(unit) || isLowSurrogate(unit) ? kReplacement : unit;
 }
 
 // Returns the number of bytes, up to 4.
@@ -65,18 +67,26 @@ int convert(const char* text, size_t length, wchar_t* units, int capacity)
 
 } // namespace
 
-void putUtf8(const wchar_t* text, size_t length, char* bytes, size_t capacity)
+bool putUtf8(const wchar_t* text, size_t length, char* bytes, size_t capacity)
 {
    const wchar_t* const end = text + length;
    size_t written = 0;
+   bool isExact = true;
    while (text != end) {
       char encoded[4];
-      const size_t count = encode(takeCodePoint(text, end), encoded);
-      if (count >= capacity - written) break;
+      const bool isItself = *text == kReplacement;
+      const uint32_t codePoint = takeCodePoint(text, end);
+      isExact = isExact && (codePoint != kReplacement || isItself);
+      const size_t count = encode(codePoint, encoded);
+      if (count >= capacity - written) {
+         isExact = false;
+         break;
+      }
       std::memcpy(bytes + written, encoded, count);
       written += count;
    }
    bytes[written] = '\0';
+   return isExact;
 }
 
 wchar_t* widePathAlloc(const char* folder, const char* name)

@@ -7,8 +7,9 @@
 namespace platform {
 
 // Writes text as UTF-8, terminated and cut between two characters to fit into capacity bytes. A
-// surrogate without its other half becomes U+FFFD.
-void putUtf8(const wchar_t* text, size_t length, char* bytes, size_t capacity);
+// surrogate without its other half becomes U+FFFD. True if what is written is the whole of the text and
+// nothing else.
+bool putUtf8(const wchar_t* text, size_t length, char* bytes, size_t capacity);
 
 // The path made of the UTF-8 texts folder and name, one behind the other, as wide text from malloc.
 // Null, with the reason in errno, for lack of memory and for what is no UTF-8: no file has such a

@@ -51,6 +51,9 @@ public:
    // As a client, waiting until connected. Throw std::runtime_error.
    static Stream connectLocal(const std::string& name,
                               const std::string& folder = buildEndpointDir());
+   // Empty if there is no room for a further client at once.
+   static std::optional<Stream> tryConnectLocal(const std::string& name,
+                                                const std::string& folder = buildEndpointDir());
    static Stream connectTcp(const std::string& address, std::uint16_t port);
 
    explicit Stream(NativeHandle connected);
@@ -63,6 +66,7 @@ public:
    // Writes all of bytes. False: the stream has ended, and end() says why.
    bool write(std::string_view bytes, const StopSignal& stop);
    StreamEnd end() const { return end_; }
+   NativeHandle handle() const { return handle_; }
 
    void close();
    // Closes so that the other side sees a reset connection. A local stream has no such way: there

@@ -8,6 +8,8 @@
 
 // Their number.
 size_t openDescriptors();
+// Of these, how many a child process gets.
+size_t inheritedDescriptors();
 
 // Of the three that a program begins with, counted from 0.
 bool isStandardStreamOpen(int number);

@@ -1,12 +1,11 @@
 // What the layer of this system gives the logic.
 #include "platform/clock.h"
-#include "platform/directory.h"
 #include "platform/failure_text.h"
 #include "platform/local_pipe.h"
 #include "platform/settings_tree.h"
 #include "platform/standard_folders.h"
-#include "platform/text_file.h"
 #include "platform/thread_pointer.h"
+#include "support/windows/import_patch.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,8 +13,6 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,9 +20,7 @@
 namespace {
 
 using testing::AnyOf;
-using testing::ElementsAre;
 using testing::StrEq;
-using testing::UnorderedElementsAre;
 
 TEST(FailureText, SystemsNumbersAndThoseOfErrnoAreTwoThings)
 {
@@ -36,84 +31,6 @@ TEST(FailureText, SystemsNumbersAndThoseOfErrnoAreTwoThings)
    EXPECT_STRNE(ofSystem, ofErrno);
    EXPECT_THAT(ofErrno, AnyOf(StrEq("Filename too long"), StrEq("File name too long")));
    EXPECT_FALSE(platform::systemFailureText(0x7FFFFFFF, ofSystem));
-}
-
-std::string utf8(const std::filesystem::path& path)
-{
-   const std::u8string text = path.u8string();
-   return {text.begin(), text.end()};
-}
-
-class Files : public testing::Test
-{
-protected:
-   Files() { std::filesystem::create_directory(folder_); }
-   ~Files() override
-   {
-      std::error_code ignored;
-      std::filesystem::remove_all(folder_, ignored);
-   }
-
-   std::string write(const wchar_t* name, const std::string& content)
-   {
-      std::ofstream(folder_ / name, std::ios::binary) << content;
-      return utf8(folder_ / name);
-   }
-
-   static std::vector<std::string> linesOf(const std::string& path)
-   {
-      platform::TextFile file{};
-      EXPECT_EQ(platform::openTextFile(path.c_str(), &file), 0) << path;
-      std::vector<std::string> lines;
-      for (char line[64]; platform::readLine(&file, line, sizeof line);)
-         lines.emplace_back(line);
-      platform::closeTextFile(&file);
-      return lines;
-   }
-
-   const std::filesystem::path folder_ =
-      std::filesystem::temp_directory_path() / std::to_string(GetCurrentProcessId());
-};
-
-TEST_F(Files, LineEndIsOneAndTheOldMarkEndsTheFile)
-{
-   EXPECT_THAT(linesOf(write(L"a.txt", "one\r\ntwo\nthree\x1A"
-                                       "four\n")),
-               ElementsAre("one\n", "two\n", "three"));
-}
-
-TEST_F(Files, NameMayBeJapanese)
-{
-   EXPECT_THAT(linesOf(write(L"\u65E5\u672C.txt", "x")), ElementsAre("x"));
-}
-
-TEST_F(Files, WhatIsNoFileOnADiskIsRefused)
-{
-   for (const char* name : {"CON", "NUL", "COM1"}) {
-      platform::TextFile file{};
-      EXPECT_NE(platform::openTextFile((utf8(folder_) + "\\" + name).c_str(), &file), 0) << name;
-   }
-   platform::TextFile file{};
-   EXPECT_EQ(platform::openTextFile(utf8(folder_).c_str(), &file), EACCES);
-   EXPECT_EQ(platform::openTextFile("no\xFF.txt", &file), ENOENT);
-}
-
-TEST_F(Files, AreListedWithTheirNamesAndKinds)
-{
-   write(L"\u65E5\u672C.txt", "x");
-   std::filesystem::create_directory(folder_ / "inner.txt");
-   platform::Directory listing{};
-   ASSERT_EQ(platform::openDirectory(utf8(folder_).c_str(), &listing), 0);
-   std::vector<std::string> names;
-   std::vector<std::string> regular;
-   for (platform::DirectoryEntry entry; platform::readEntry(&listing, &entry);) {
-      names.emplace_back(entry.name);
-      if (entry.isRegular) regular.emplace_back(entry.name);
-   }
-   platform::closeDirectory(&listing);
-   EXPECT_THAT(names, UnorderedElementsAre(".", "..", "inner.txt", "\u65E5\u672C.txt"));
-   EXPECT_THAT(regular, ElementsAre("\u65E5\u672C.txt"));
-   EXPECT_EQ(platform::openDirectory(utf8(folder_ / "none").c_str(), &listing), ENOENT);
 }
 
 const uint16_t* units(const wchar_t* text)
@@ -224,6 +141,24 @@ TEST(ThreadPointer, IsEachThreadsOwn)
    int own = 0;
    platform::setThreadPointer(&own);
    std::thread([] { EXPECT_EQ(platform::threadPointer(), nullptr); }).join();
+   EXPECT_EQ(platform::threadPointer(), &own);
+   platform::setThreadPointer(nullptr);
+}
+
+BOOL WINAPI refuseToKeep(DWORD, void*)
+{
+   SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+   return FALSE;
+}
+
+// The system's own slots can be taken, and some of them take memory of a thread at its first use.
+TEST(ThreadPointer, NeedsNoSlotOfTheSystem)
+{
+   int own = 0;
+   {
+      const zerova::test::ImportPatch patch("TlsSetValue", refuseToKeep, zerova::test::kProgram);
+      platform::setThreadPointer(&own);
+   }
    EXPECT_EQ(platform::threadPointer(), &own);
    platform::setThreadPointer(nullptr);
 }

@@ -3,6 +3,7 @@
 #include "exports/peer_session.h"
 #include "service/acceptor.h"
 #include "service/checked_status.h"
+#include "service/locator_peer.h"
 #include "service/windows/handles.h"
 #include "service/wire_bytes.h"
 #include "support/heap_in_use.h"
@@ -255,6 +256,52 @@ TEST(Sessions, ThousandLeaveHandlesAndHeapAsTheyWere)
    const Held after = heldBehind(1000, answerAll, useOne);
    EXPECT_LE(after.handles, before.handles + kOfLocks);
    EXPECT_LT(after.bytes, before.bytes + kOfAllocators);
+}
+
+// A locator, which tells the port of the service, and the service.
+class RemoteHost
+{
+public:
+   const std::string& name() const { return address_.text(); }
+
+private:
+   void tellPort(Stream& stream, const StopSignal& stop) const
+   {
+      std::string request;
+      char piece[256];
+      while (request.find("\r\n\r\n") == std::string::npos) {
+         const std::size_t count = stream.read(piece, sizeof piece, stop);
+         if (count == 0) return;
+         request.append(piece, count);
+      }
+      // An emulator makes much of each byte, and the reply needs no more than this.
+      stream.write("Mapping=" + std::to_string(service_.port()) + "\n", stop);
+   }
+
+   const LoopbackAddress address_;
+   const Acceptor service_{Listener::tcp(address_.text()), "service", answerAll};
+   const Acceptor locator_{
+      Listener::tcp(address_.text(), kLocatorPort), "locator",
+      [this](Stream& stream, const StopSignal& stop) { tellPort(stream, stop); }};
+};
+
+TEST(Sessions, FiveHundredRemoteOnesLeaveHandlesAndHeapAsTheyWere)
+{
+   const auto useMany = [](int count) {
+      const RemoteHost host;
+      for (int i = 0; i < count; ++i) {
+         CheckedStatus status;
+         const zerovaapi_Session session =
+            zerovaapi_createRemoteSession(host.name().c_str(), status);
+         EXPECT_EQ(zerovaapi_getSystemChangeNumber(session, status), 7) << status.json();
+         zerovaapi_destroySession(session);
+      }
+   };
+   useMany(20);
+   const Held before{openDescriptors(), heapBytesInUse()};
+   useMany(500);
+   EXPECT_LE(openDescriptors(), before.handles + kOfLocks);
+   EXPECT_LT(heapBytesInUse(), before.bytes + kOfAllocators);
 }
 
 TEST(Sessions, ThousandThatAreRefusedLeaveHandlesAndHeapAsTheyWere)

@@ -28,7 +28,6 @@ const Import kImports[] = {
       ERROR_ACCESS_DENIED),
    importOf<"WSAStartup", WSASYSNOTREADY, decltype(WSAStartup)>(WSASYSNOTREADY),
    importOf<"WSASocketW", -1, decltype(WSASocketW)>(WSAENOBUFS),
-   importOf<"socket", -1, decltype(socket)>(WSAENOBUFS),
    importOf<"SetHandleInformation", FALSE, decltype(SetHandleInformation)>(ERROR_INVALID_HANDLE),
    importOf<"ioctlsocket", SOCKET_ERROR, decltype(ioctlsocket)>(WSAENOBUFS),
    importOf<"setsockopt", SOCKET_ERROR, decltype(setsockopt)>(WSAENOBUFS),

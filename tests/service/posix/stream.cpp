@@ -16,10 +16,10 @@ namespace zerova::test {
 
 namespace {
 
+// Returns 0 or the error, with fd closed.
 template <typename Address>
-int connectTo(int family, const Address& address, const std::string& description)
+int tryConnectTo(const Address& address, int fd)
 {
-   const int fd = openSocket(family);
    int error = 0;
    if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
       error = errno;
@@ -30,9 +30,16 @@ int connectTo(int family, const Address& address, const std::string& description
       socklen_t length = sizeof error;
       ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &length);
    }
-   if (error == 0) return fd;
-   ::close(fd);
-   fail("cannot connect to " + description, error);
+   if (error != 0) ::close(fd);
+   return error;
+}
+
+template <typename Address>
+int connectTo(int family, const Address& address, const std::string& description)
+{
+   const int fd = openSocket(family);
+   if (const int error = tryConnectTo(address, fd)) fail("cannot connect to " + description, error);
+   return fd;
 }
 
 } // namespace
@@ -41,6 +48,17 @@ Stream Stream::connectLocal(const std::string& name, const std::string& folder)
 {
    const std::string path = folder + "/" + name;
    return Stream(connectTo(AF_UNIX, localAddress(path), path));
+}
+
+std::optional<Stream> Stream::tryConnectLocal(const std::string& name, const std::string& folder)
+{
+   const std::string path = folder + "/" + name;
+   const sockaddr_un address = localAddress(path);
+   const int fd = openSocket(AF_UNIX);
+   const int error = tryConnectTo(address, fd);
+   if (error == EAGAIN) return std::nullopt;
+   if (error) fail("cannot connect to " + path, error);
+   return Stream(fd);
 }
 
 Stream Stream::connectTcp(const std::string& address, std::uint16_t port)

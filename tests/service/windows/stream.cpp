@@ -47,15 +47,23 @@ std::string buildEndpointDir()
 
 Stream Stream::connectLocal(const std::string& name, const std::string& folder)
 {
-   const std::string path = pipeName(name, folder);
    for (;;) {
-      const HANDLE pipe = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                                      OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
-      if (pipe != INVALID_HANDLE_VALUE) return Stream(reinterpret_cast<NativeHandle>(pipe));
-      const DWORD failure = GetLastError();
-      if (failure != ERROR_PIPE_BUSY || !WaitNamedPipeA(path.c_str(), NMPWAIT_WAIT_FOREVER))
-         fail("cannot connect to " + path, failure);
+      if (std::optional<Stream> stream = tryConnectLocal(name, folder)) return std::move(*stream);
+      const std::string path = pipeName(name, folder);
+      if (!WaitNamedPipeA(path.c_str(), NMPWAIT_WAIT_FOREVER))
+         fail("cannot wait for " + path, GetLastError());
    }
+}
+
+std::optional<Stream> Stream::tryConnectLocal(const std::string& name, const std::string& folder)
+{
+   const std::string path = pipeName(name, folder);
+   const HANDLE pipe = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                   OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+   if (pipe != INVALID_HANDLE_VALUE) return Stream(reinterpret_cast<NativeHandle>(pipe));
+   const DWORD failure = GetLastError();
+   if (failure == ERROR_PIPE_BUSY) return std::nullopt;
+   fail("cannot connect to " + path, failure);
 }
 
 Stream Stream::connectTcp(const std::string& address, std::uint16_t port)

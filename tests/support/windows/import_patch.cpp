@@ -1,5 +1,6 @@
 #include "support/windows/import_patch.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <stdexcept>
 
@@ -45,7 +46,9 @@ void** entryOf(const char* library, const char* name)
       if (imported == name) found = entry;
       return found != nullptr;
    });
-   if (!found) throw std::runtime_error(std::string(library) + " does not import " + name);
+   if (!found)
+      throw std::runtime_error(std::string(library ? library : "the program") +
+                               " does not import " + name);
    return found;
 }
 
@@ -75,8 +78,14 @@ std::vector<std::string> importsOf(const char* library)
    return names;
 }
 
-ImportPatch::ImportPatch(const char* name, void* replacement)
-   : entry_(entryOf(kLibrary, name))
+bool isImported(const std::string& name, const char* library)
+{
+   const std::vector<std::string> names = importsOf(library);
+   return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+ImportPatch::ImportPatch(const char* name, void* replacement, const char* library)
+   : entry_(entryOf(library, name))
    , original_(*entry_)
 {
    setEntry(entry_, replacement);

@@ -63,7 +63,6 @@ LibraryHandles::LibraryHandles()
    ZEROVA_COUNT(CreateFileA, 1, isHandle);
    ZEROVA_COUNT(FindFirstFileW, 1, isHandle);
    ZEROVA_COUNT(WSASocketW, 1, isHandle);
-   ZEROVA_COUNT(socket, 1, isHandle);
    ZEROVA_COUNT(_wfsopen, 1, isHandle);
    ZEROVA_COUNT(RegOpenKeyExW, 1, isSuccess);
    ZEROVA_COUNT(CloseHandle, -1, isTrue);

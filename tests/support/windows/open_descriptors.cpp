@@ -53,11 +53,7 @@ bool begin()
    return true;
 }
 
-} // namespace
-
-const size_t kOpenForThreads = 64;
-
-size_t openDescriptors()
+std::vector<HANDLE> ownHandles()
 {
    static const Query ask = query();
    static const bool hasBegun = begin();
@@ -71,8 +67,29 @@ size_t openDescriptors()
    if (answer != 0) throw std::runtime_error("the system tells no handles");
    const auto* const head = reinterpret_cast<const Head*>(bytes.data());
    const auto* const rows = reinterpret_cast<const Row*>(head + 1);
-   const auto isOwn = [own = GetCurrentProcessId()](const Row& row) { return row.process == own; };
-   return static_cast<size_t>(std::count_if(rows, rows + head->count, isOwn));
+   std::vector<HANDLE> handles;
+   for (std::uintptr_t i = 0; i < head->count; ++i)
+      if (rows[i].process == GetCurrentProcessId())
+         handles.push_back(reinterpret_cast<HANDLE>(rows[i].handle));
+   return handles;
+}
+
+} // namespace
+
+const size_t kOpenForThreads = 64;
+
+size_t openDescriptors()
+{
+   return ownHandles().size();
+}
+
+size_t inheritedDescriptors()
+{
+   const std::vector<HANDLE> handles = ownHandles();
+   return static_cast<size_t>(std::count_if(handles.begin(), handles.end(), [](HANDLE handle) {
+      DWORD flags = 0;
+      return GetHandleInformation(handle, &flags) && (flags & HANDLE_FLAG_INHERIT);
+   }));
 }
 
 bool isStandardStreamOpen(int number)

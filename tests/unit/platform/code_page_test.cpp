@@ -1,14 +1,13 @@
 #include "platform/code_page.h"
 
 #include "support/failing_malloc.h"
+#include "unit/platform/converted_text.h"
 
 #include <array>
-#include <clocale>
-#include <cstring>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <iconv.h>
 #include <iomanip>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -16,23 +15,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-using Units = std::vector<uint16_t>;
-
-constexpr std::array<uint32_t, 4> kPages = {1252, 932, 949, 936};
-
-// The units of text; empty when it is refused, which both steps must agree on.
-Units convert(uint32_t page, const std::string& text)
-{
-   Units units(platform::measureUtf16(page, text.data(), text.size()));
-   // A unit more, so that a step that finds more than it measured shows.
-   Units room(text.size() + 1);
-   const size_t converted =
-      platform::convertToUtf16(page, text.data(), text.size(), room.data(), room.size());
-   EXPECT_EQ(units.size(), converted) << "the length asked for and the length written differ";
-   room.resize(converted);
-   return room;
-}
 
 std::string hex(const std::string& bytes)
 {
@@ -42,8 +24,6 @@ std::string hex(const std::string& bytes)
       text << std::setw(2) << int{static_cast<unsigned char>(byte)};
    return text.str();
 }
-
-int convertersOpened = 0;
 
 // What a second converter says of every sequence of one and of two bytes; see the script that wrote
 // the file.
@@ -85,14 +65,6 @@ void compareWithNext(Expectations& expectations, uint32_t page, const std::strin
 }
 
 } // namespace
-
-// The linker leads the calls of the program's objects here.
-extern "C" iconv_t __real_iconv_open(const char* to, const char* from);
-extern "C" iconv_t __wrap_iconv_open(const char* to, const char* from)
-{
-   ++convertersOpened;
-   return __real_iconv_open(to, from);
-}
 
 TEST(CodePage, EveryOneAndTwoByteSequenceIsWhatWindowsMakesOfIt)
 {
@@ -318,23 +290,6 @@ TEST(CodePage, TooLittleRoomIsRefusedAndNothingIsWrittenBehindIt)
    EXPECT_EQ(platform::convertToUtf16(932, "ab", 2, units, 2), 2u);
 }
 
-TEST(CodePage, PagesThatAreNotKnownAreRefused)
-{
-   for (const uint32_t page : {1u, 437u, 950u, 1251u, 1253u, 54936u, 65001u, 65535u})
-      EXPECT_THAT(convert(page, "a"), IsEmpty()) << page;
-}
-
-// The system may have no converter for a page, or another one than the machine that built.
-TEST(CodePage, NoPageNeedsTheSystemsConverter)
-{
-   convertersOpened = 0;
-   for (const uint32_t page : kPages)
-      EXPECT_THAT(convert(page, "\xA5\xA5"), testing::Not(IsEmpty())) << page;
-   EXPECT_EQ(convertersOpened, 0);
-   convert(platform::kSystemCodePage, "a");
-   EXPECT_GT(convertersOpened, 0) << "this test does not see the calls";
-}
-
 TEST(CodePage, ConvertingTakesNoMemory)
 {
    uint16_t units[4];
@@ -346,53 +301,4 @@ TEST(CodePage, ConvertingTakesNoMemory)
       allocations += counted.count();
    }
    EXPECT_EQ(allocations, 0u);
-}
-
-namespace {
-
-// The process's locale for the time of a test.
-class Locale
-{
-public:
-   explicit Locale(const char* name)
-      : isSet(std::setlocale(LC_ALL, name) != nullptr)
-   {
-   }
-   ~Locale() { std::setlocale(LC_ALL, "C"); }
-   Locale(const Locale&) = delete;
-   Locale& operator=(const Locale&) = delete;
-
-   const bool isSet;
-};
-
-} // namespace
-
-TEST(SystemCodePage, IsTheCodeSetOfTheLocale)
-{
-   const Locale locale("C.UTF-8");
-   ASSERT_TRUE(locale.isSet);
-   EXPECT_THAT(convert(platform::kSystemCodePage, "a\xC3\xA9\xE3\x81\x82\xF0\x9F\x98\x80"),
-               ElementsAre('a', 0xE9, 0x3042, 0xD83D, 0xDE00));
-}
-
-TEST(SystemCodePage, IsAsciiForAProcessThatHasSetNoLocale)
-{
-   EXPECT_THAT(convert(platform::kSystemCodePage, "abc"), ElementsAre('a', 'b', 'c'));
-   EXPECT_THAT(convert(platform::kSystemCodePage, "\xE9"), IsEmpty());
-}
-
-TEST(SystemCodePage, RefusesWhatTheCodeSetDoesNotKnowAnywhereInALongText)
-{
-   const Locale locale("C.UTF-8");
-   ASSERT_TRUE(locale.isSet);
-   std::string text(3000, 'a');
-   text += "\xC3\xA9";
-   ASSERT_EQ(convert(platform::kSystemCodePage, text).size(), 3001u);
-   for (const size_t position : {size_t{0}, size_t{255}, size_t{256}, size_t{1500}, text.size()}) {
-      std::string spoilt = text;
-      spoilt.insert(position, "\xFF");
-      EXPECT_THAT(convert(platform::kSystemCodePage, spoilt), IsEmpty()) << position;
-   }
-   EXPECT_THAT(convert(platform::kSystemCodePage, text + "\xC3"), IsEmpty());
-   EXPECT_THAT(convert(platform::kSystemCodePage, text + "\xED\xA0\x80"), IsEmpty());
 }

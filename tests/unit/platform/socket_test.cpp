@@ -1,74 +1,49 @@
 #include "platform/socket.h"
 
-#include "support/failing_malloc.h"
-#include "unit/platform/name_server.h"
 #include "unit/transport/descriptors.h"
 
 #include <gtest/gtest.h>
-#include <vector>
 
 namespace {
-
-constexpr uint32_t kLoopback = 0x7F000001;
-constexpr uint32_t kFarAway = 0xC0000201; // 192.0.2.1, which is nobody's
 
 // Has a new socket made and tells whether a child process would not get it.
 template <typename Create>
 bool isKeptFromChildren(Create create)
 {
    const platform::Socket socket = create();
-   const bool isKept = descriptors::closesOnExec(static_cast<int>(socket));
+   const bool isKept = descriptors::isKeptFromChildren(socket);
    EXPECT_TRUE(platform::closeSocket(socket));
    return isKept;
 }
 
-// Sorting would put the near address first.
-TEST(ResolveName, FirstAddressIsTheFirstOfTheResolversAnswer)
-{
-   uint32_t address = 0;
-   {
-      const NameServer server({kFarAway, kLoopback});
-      EXPECT_TRUE(platform::resolveName("two-addresses.test", address));
-   }
-   EXPECT_EQ(address, kFarAway);
-}
-
-TEST(ResolveName, NameOfManyAddressesGivesItsFirst)
-{
-   std::vector<uint32_t> addresses(1000, kLoopback);
-   addresses.front() = kFarAway;
-   const NameServer server(addresses);
-   uint32_t address = 0;
-   EXPECT_TRUE(platform::resolveName("many-addresses.test", address));
-   EXPECT_EQ(address, kFarAway);
-}
-
-TEST(ResolveName, NameWithoutAnAddressIsNotResolved)
-{
-   const NameServer server({});
-   uint32_t address = 5;
-   EXPECT_FALSE(platform::resolveName("no-address.test", address));
-   EXPECT_EQ(address, 5u);
-}
-
-TEST(ResolveName, WithoutMemoryItIsNotResolvedAndNothingIsLeftBehind)
-{
-   uint32_t address = 0;
-   ASSERT_TRUE(platform::resolveName("localhost", address)); // what is made once in the process
-   const Held before = held();
-   bool isFound = false;
-   forEachFailingAllocation(
-      FailingMalloc::Then::failAlways,
-      [&](size_t) { isFound = platform::resolveName("localhost", address); },
-      [&](size_t index) { EXPECT_FALSE(isFound && index == 0) << "without room for the answer"; });
-   EXPECT_TRUE(isFound);
-   EXPECT_EQ(held(), before);
-}
-
 TEST(Socket, NoneIsInherited)
 {
+   ASSERT_TRUE(platform::startSockets());
    EXPECT_TRUE(isKeptFromChildren(platform::createTcpSocket));
    EXPECT_TRUE(isKeptFromChildren(platform::createWakeSocket));
+   EXPECT_TRUE(platform::stopSockets());
+}
+
+TEST(Socket, NameOfThisMachineIsResolved)
+{
+   ASSERT_TRUE(platform::startSockets());
+   uint32_t address = 0;
+   EXPECT_TRUE(platform::resolveName("localhost", address));
+   EXPECT_EQ(address, 0x7F000001u);
+   EXPECT_TRUE(platform::stopSockets());
+}
+
+TEST(Socket, DottedTextIsAnAddressAndOtherTextIsNone)
+{
+   EXPECT_EQ(platform::addressOfDottedText("127.0.0.2"), 0x7F000002u);
+   EXPECT_EQ(platform::addressOfDottedText("localhost"), 0xFFFFFFFFu);
+}
+
+TEST(Socket, NoSocketIsNoneToClose)
+{
+   ASSERT_TRUE(platform::startSockets());
+   EXPECT_FALSE(platform::closeSocket(platform::kInvalidSocket));
+   EXPECT_TRUE(platform::stopSockets());
 }
 
 } // namespace

@@ -1,47 +1,53 @@
-// What a test can learn about the descriptors of its process.
+// What a test can learn about the descriptors of its process, and do to those that are its own. They are
+// descriptors of files where pipes and sockets are such, and handles elsewhere.
 #ifndef TESTS_UNIT_TRANSPORT_DESCRIPTORS_H
 #define TESTS_UNIT_TRANSPORT_DESCRIPTORS_H
 
 #include <cstddef>
-#include <fcntl.h>
-#include <filesystem>
-#include <iterator>
-#include <unistd.h>
+#include <cstdint>
+#include <vector>
 
 namespace descriptors {
 
-// A descriptor that is not open has no flag set.
+using Descriptor = std::intptr_t;
 
-inline size_t countOpen()
-{
-   const std::filesystem::directory_iterator all("/proc/self/fd");
-   return static_cast<size_t>(std::distance(begin(all), end(all)));
-}
+// Two counts differ by what was opened and not closed between them. Where the system itself and the
+// threads of servers open some at any time it is the pipes, events and sockets of the first thread.
+size_t countOpen();
 
-inline bool isOpen(int descriptor)
-{
-   return fcntl(descriptor, F_GETFD) >= 0;
-}
+// A descriptor that is not open has none of these.
+bool isOpen(Descriptor descriptor);
+bool isKeptFromChildren(Descriptor descriptor);
+bool isNonBlocking(Descriptor socket);
 
-inline bool closesOnExec(int descriptor)
-{
-   const int flags = fcntl(descriptor, F_GETFD);
-   return flags >= 0 && (flags & FD_CLOEXEC) != 0;
-}
+// Settings and states of sockets.
+bool hasNoDelay(Descriptor socket);
+int lingerSeconds(Descriptor socket); // -1 for a socket that does not linger
+bool hasRefusalPending(Descriptor socket);
 
-inline bool isNonBlocking(int descriptor)
-{
-   const int flags = fcntl(descriptor, F_GETFL);
-   return flags >= 0 && (flags & O_NONBLOCK) != 0;
-}
+// The number of the process that serves the client's end of a pipe; 0 if that cannot be told.
+uint32_t serverOf(Descriptor pipe);
 
-// The number that the next one will have.
-inline int next()
+// Sends one byte of urgent data on a connected socket.
+void sendUrgentByte(Descriptor socket);
+
+// Makes a wake socket ready to read for good.
+void makeWakeSocketReady(Descriptor socket);
+
+// While it lives, the descriptors that are opened have numbers above 1023, from which on a bit in a set
+// of bits could not stand for them.
+class LowOnesTaken
 {
-   const int descriptor = dup(0);
-   close(descriptor);
-   return descriptor;
-}
+public:
+   LowOnesTaken();
+   ~LowOnesTaken();
+   LowOnesTaken(const LowOnesTaken&) = delete;
+   LowOnesTaken& operator=(const LowOnesTaken&) = delete;
+
+private:
+   std::vector<Descriptor> taken_;
+   uint64_t usualLimit_ = 0;
+};
 
 } // namespace descriptors
 

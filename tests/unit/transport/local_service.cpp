@@ -2,7 +2,9 @@
 
 #include <atomic>
 #include <gtest/gtest.h>
+#include <optional>
 #include <stdexcept>
+#include <utility>
 
 using zerova::test::Listener;
 using zerova::test::Stream;
@@ -32,21 +34,19 @@ Stream LocalService::accept()
 std::vector<Stream> LocalService::fill() const
 {
    std::vector<Stream> clients;
-   try {
-      for (;;)
-         clients.push_back(Stream::connectLocal(name_));
-   } catch (const std::runtime_error&) {
-      if (clients.empty()) throw;
-      return clients;
-   }
+   while (std::optional<Stream> client = Stream::tryConnectLocal(name_))
+      clients.push_back(std::move(*client));
+   if (clients.empty()) throw std::runtime_error("there is room for nobody");
+   return clients;
 }
 
 bool LocalService::nobodyWaits()
 {
    const std::string greeting = "the one that looks";
-   Stream own = Stream::connectLocal(name_);
-   write(own, greeting);
-   own.close();
+   std::optional<Stream> own = Stream::tryConnectLocal(name_);
+   if (!own) return false;
+   write(*own, greeting);
+   own->close();
    Stream next = accept();
    return readToEnd(next) == greeting;
 }

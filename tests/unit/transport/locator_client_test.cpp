@@ -155,10 +155,10 @@ TEST_F(Locator, CallerWaitsUntilTheLocatorCloses)
 TEST_F(Locator, EachStepHasItsTimeLimit)
 {
    const LocatorPeer locator(kHost, Script().receiveUntil("\r\n\r\n").hold(), 0);
-   faults::WatchedPoll polls;
-   polls.timeOutFrom(2); // the connect and the request go through
+   faults::WatchedWaits waits;
+   waits.timeOutFrom(2); // the connect and the request go through
    EXPECT_EQ(queryServiceLocation(kHost, locator.port(), kPath, &contacted), 0);
-   EXPECT_EQ(polls.limits(), (std::vector<int>{5000, 5000, 5000, 60000}));
+   EXPECT_EQ(waits.limits(), (std::vector<int>{5000, 5000, 5000, 60000}));
    EXPECT_EQ(contacted, 1);
 }
 
@@ -168,34 +168,34 @@ TEST_F(Locator, EachByteOfAReplyHasTheWholeTimeLimitAgain)
    const std::string reply = "HTTP/1.0 200 OK\r\n\r\nPort=1234\r\n";
    const LocatorPeer locator(kHost, Script().receiveUntil("\r\n\r\n").trickle(reply), 0);
    const faults::SteppedTicks ticks(0, 4000);
-   const faults::WatchedPoll polls;
+   const faults::WatchedWaits waits;
    EXPECT_EQ(queryServiceLocation(kHost, locator.port(), kPath, nullptr), 1234);
    std::vector<int> limits(2 + reply.size(), 5000); // the connect, the request, each byte
    limits.push_back(60000);                         // the end of the connection
-   EXPECT_EQ(polls.limits(), limits);
+   EXPECT_EQ(waits.limits(), limits);
 }
 
 TEST_F(Locator, StayingOpenAfterTheAnswerCosts60SecondsOnce)
 {
    const LocatorPeer locator(kHost, Script().receiveUntil("\r\n\r\n").send("Port=7\n").hold(), 0);
-   faults::WatchedPoll polls;
-   polls.timeOutFrom(9); // behind the connect, the request and the seven bytes
+   faults::WatchedWaits waits;
+   waits.timeOutFrom(9); // behind the connect, the request and the seven bytes
    EXPECT_EQ(queryServiceLocation(kHost, locator.port(), kPath, nullptr), 7);
    std::vector<int> limits(9, 5000);
    limits.push_back(60000);
-   EXPECT_EQ(polls.limits(), limits);
+   EXPECT_EQ(waits.limits(), limits);
 }
 
 TEST_F(Locator, EachByteBehindTheAnswerIsWaitedForAnother60Seconds)
 {
    const LocatorPeer locator(kHost, Script().receiveUntil("\r\n\r\n").send("Port=7\nab").hold(), 0);
    const faults::SteppedTicks ticks(0, 59000);
-   faults::WatchedPoll polls;
-   polls.timeOutFrom(11);
+   faults::WatchedWaits waits;
+   waits.timeOutFrom(11);
    EXPECT_EQ(queryServiceLocation(kHost, locator.port(), kPath, nullptr), 7);
    std::vector<int> limits(9, 5000);
    limits.insert(limits.end(), {60000, 60000, 60000});
-   EXPECT_EQ(polls.limits(), limits);
+   EXPECT_EQ(waits.limits(), limits);
 }
 
 TEST_F(Locator, AddressNeedsNoResolver)
@@ -209,10 +209,10 @@ TEST_F(Locator, AddressNeedsNoResolver)
 TEST_F(Locator, RequestThatCannotBeSentFailsAndIsNoContact)
 {
    const LocatorPeer locator(kHost, Script().hold(), 0);
-   faults::WatchedPoll polls;
-   polls.timeOutFrom(1);
+   faults::WatchedWaits waits;
+   waits.timeOutFrom(1);
    EXPECT_EQ(queryServiceLocation(kHost, locator.port(), kPath, &contacted), 0);
-   EXPECT_EQ(polls.limits(), (std::vector<int>{5000, 5000, 60000})) << "drained all the same";
+   EXPECT_EQ(waits.limits(), (std::vector<int>{5000, 5000, 60000})) << "drained all the same";
    EXPECT_EQ(contacted, 0);
 }
 

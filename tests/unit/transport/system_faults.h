@@ -4,36 +4,52 @@
 #ifndef TESTS_UNIT_TRANSPORT_SYSTEM_FAULTS_H
 #define TESTS_UNIT_TRANSPORT_SYSTEM_FAULTS_H
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace faults {
 
-enum class Call
+// What a call asks the system for.
+enum class Wish
 {
    kSocket,
-   kConnect,
-   kSend,
-   kReceive,
-   kFcntl,
+   kNonBlocking,
+   kPipeThatIsNotBusy,
    kCount
 };
 
-// The next calls fail with this error, and the later ones work again. What is left at the end of
+// The next calls that ask for it do not get it, and the later ones do again. What is left at the end of
 // its life is dropped.
-class Failing
+class Refused
 {
 public:
-   Failing(Call call, int error, int times = 1);
-   ~Failing();
-   Failing(const Failing&) = delete;
-   Failing& operator=(const Failing&) = delete;
+   explicit Refused(Wish wish, int times = 1);
+   ~Refused();
+   Refused(const Refused&) = delete;
+   Refused& operator=(const Refused&) = delete;
 
    bool hasHappened() const; // as often as asked for
 
 private:
-   const Call call_;
+   const Wish wish_;
+};
+
+// While it lives, all events can be made but for the one number index, counted from 0.
+class RefusedEvent
+{
+public:
+   explicit RefusedEvent(size_t index);
+   ~RefusedEvent();
+   RefusedEvent(const RefusedEvent&) = delete;
+   RefusedEvent& operator=(const RefusedEvent&) = delete;
+
+private:
+   struct Own;
+   const std::unique_ptr<Own> own_;
 };
 
 // While it lives, all sockets that are to be connected are noted.
@@ -45,38 +61,28 @@ public:
    WatchedConnects(const WatchedConnects&) = delete;
    WatchedConnects& operator=(const WatchedConnects&) = delete;
 
-   // Of each, whether a new program would have found it closed.
-   const std::vector<bool>& closeOnExec() const;
+   // Of each, whether a child process would not have got it.
+   const std::vector<bool>& keptFromChildren() const;
 };
 
-// While it lives, the limits of all polls are noted, and chosen ones do not look at all.
-class WatchedPoll
+// While it lives, the limits of all waits of one kind are noted, in milliseconds and negative for none,
+// and chosen ones do not look at all. One at a time.
+class WatchedWaits
 {
 public:
-   WatchedPoll();
-   ~WatchedPoll();
-   WatchedPoll(const WatchedPoll&) = delete;
-   WatchedPoll& operator=(const WatchedPoll&) = delete;
+   enum class On
+   {
+      kSockets,
+      kPipes
+   };
+   explicit WatchedWaits(On on = On::kSockets);
+   ~WatchedWaits();
+   WatchedWaits(const WatchedWaits&) = delete;
+   WatchedWaits& operator=(const WatchedWaits&) = delete;
 
-   void failNext(int error, int times = 1);
-   // A signal ends the next ones, each when this part of its limit has gone by.
-   static constexpr int kInterruptedAfterMs = 20;
-   void interruptNext(int times);
+   void failNext();
    void timeOutFrom(size_t index); // counted from 0
    const std::vector<int>& limits() const;
-};
-
-// While it lives, whoever makes a socket, in any thread, is held up until another does as well, but
-// for 200 ms at most: so threads that can meet there do. One at a time.
-class SlowSockets
-{
-public:
-   SlowSockets();
-   ~SlowSockets();
-   SlowSockets(const SlowSockets&) = delete;
-   SlowSockets& operator=(const SlowSockets&) = delete;
-
-   int made() const;
 };
 
 // While it lives, no name has an address, and the names asked for are noted.
@@ -90,6 +96,22 @@ public:
 
    const std::vector<std::string>& asked() const;
 };
+
+// While it lives, whoever makes a wake socket, in any thread, is held up until another does as well,
+// but for 200 ms at most: so threads that can meet there do. One at a time.
+class SlowWakeSockets
+{
+public:
+   SlowWakeSockets();
+   ~SlowWakeSockets();
+   SlowWakeSockets(const SlowWakeSockets&) = delete;
+   SlowWakeSockets& operator=(const SlowWakeSockets&) = delete;
+
+   int made() const;
+};
+
+// The one that was made last, in any thread.
+std::intptr_t lastWakeSocket();
 
 // While it lives, the millisecond count starts as told and moves on by step with each look at it.
 class SteppedTicks
@@ -114,6 +136,19 @@ public:
    std::vector<std::string> taken(); // since the last look
 };
 void noteStep(const char* step);
+
+// While it lives, tells when a transfer is about to be finished, in any thread, and whether that may
+// wait for its end. One at a time.
+class WatchedFinish
+{
+public:
+   WatchedFinish();
+   ~WatchedFinish();
+   WatchedFinish(const WatchedFinish&) = delete;
+   WatchedFinish& operator=(const WatchedFinish&) = delete;
+
+   bool waitUntilItMayWait(); // 30 s at most; false if none came, or it may not
+};
 
 } // namespace faults
 

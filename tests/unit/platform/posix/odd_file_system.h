@@ -1,7 +1,7 @@
 // What file systems can do that no test can have one do by other means. Holds for the calls that the
 // objects of this program make.
-#ifndef TESTS_UNIT_PLATFORM_ODD_FILE_SYSTEM_H
-#define TESTS_UNIT_PLATFORM_ODD_FILE_SYSTEM_H
+#ifndef TESTS_UNIT_PLATFORM_POSIX_ODD_FILE_SYSTEM_H
+#define TESTS_UNIT_PLATFORM_POSIX_ODD_FILE_SYSTEM_H
 
 #include <functional>
 #include <string>

@@ -1,22 +1,16 @@
-// The system's own converter, held to the table that the converter of other systems is held to.
+// How the system's own converter is asked.
 #include "platform/code_page.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <array>
 #include <cstdint>
-#include <fstream>
-#include <string>
 #include <vector>
 
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
-
-using Units = std::vector<uint16_t>;
 
 struct Call
 {
@@ -26,7 +20,8 @@ struct Call
    bool operator==(const Call&) const = default;
 };
 
-UINT ownPage = 0; // 0: the system's
+UINT ownPage = 0;     // 0: the system's
+bool isNoted = false; // to note one takes memory
 std::vector<Call> calls;
 
 FARPROC ofSystem(const char* name)
@@ -47,20 +42,23 @@ int WINAPI multiByteToWideChar(UINT page, DWORD flags, const char* text, int len
    static const auto real =
       reinterpret_cast<int(WINAPI*)(UINT, DWORD, const char*, int, wchar_t*, int)>(
          reinterpret_cast<void*>(ofSystem("MultiByteToWideChar")));
-   calls.push_back({page, flags});
+   if (isNoted) calls.push_back({page, flags});
    return real(page, flags, text, length, units, capacity);
 }
 
-Units convert(uint32_t page, const std::string& text)
-{
-   Units units(platform::measureUtf16(page, text.data(), text.size()));
-   EXPECT_EQ(platform::convertToUtf16(page, text.data(), text.size(), units.data(), units.size()),
-             units.size());
-   calls.clear();
-   return units;
-}
-
 } // namespace
+
+class AskedConverter : public testing::Test
+{
+protected:
+   AskedConverter() { isNoted = true; }
+   ~AskedConverter() override
+   {
+      isNoted = false;
+      calls.clear();
+      ownPage = 0;
+   }
+};
 
 // What the objects of this program call the system by.
 extern "C" {
@@ -71,32 +69,7 @@ int(WINAPI* __imp_MultiByteToWideChar)(UINT, DWORD, const char*, int, wchar_t*,
                                        int) = multiByteToWideChar;
 }
 
-TEST(CodePage, EveryOneAndTwoByteSequenceIsWhatTheTableHas)
-{
-   std::ifstream table(CODE_PAGE_EXPECTATIONS, std::ios::binary);
-   const auto expectNext = [&table](uint32_t page, const std::string& sequence) {
-      std::array<unsigned char, 6> record{};
-      table.read(reinterpret_cast<char*>(record.data()), record.size());
-      ASSERT_TRUE(table.good()) << CODE_PAGE_EXPECTATIONS " ends too early";
-      const auto number = [&record](size_t i) {
-         return static_cast<uint16_t>(record[i] | record[i + 1] << 8);
-      };
-      Units expected = {number(2), number(4)};
-      expected.resize(number(0));
-      EXPECT_EQ(convert(page, sequence), expected)
-         << page << ' ' << testing::PrintToString(sequence);
-   };
-   for (const uint32_t page : {1252u, 932u, 949u, 936u}) {
-      for (int first = 0; first < 256; ++first)
-         expectNext(page, {static_cast<char>(first)});
-      for (int first = 0; first < 256; ++first)
-         for (int second = 0; second < 256; ++second)
-            expectNext(page, {static_cast<char>(first), static_cast<char>(second)});
-   }
-   EXPECT_EQ(table.peek(), std::ifstream::traits_type::eof());
-}
-
-TEST(CodePage, IsAskedForComposedCharactersAndForNothingUnknown)
+TEST_F(AskedConverter, IsAskedForComposedCharactersAndForNothingUnknown)
 {
    for (const uint32_t page : {platform::kSystemCodePage, 1252u, 932u, 949u, 936u}) {
       calls.clear();
@@ -105,7 +78,7 @@ TEST(CodePage, IsAskedForComposedCharactersAndForNothingUnknown)
    }
 }
 
-TEST(CodePage, SystemsOwnIsNotAskedForComposedCharactersWhereThatIsAnError)
+TEST_F(AskedConverter, SystemsOwnIsNotAskedForComposedCharactersWhereThatIsAnError)
 {
    ownPage = 54936;
    calls.clear();
@@ -113,10 +86,17 @@ TEST(CodePage, SystemsOwnIsNotAskedForComposedCharactersWhereThatIsAnError)
    platform::measureUtf16(932, "a", 1);
    EXPECT_THAT(calls, ElementsAre(Call{CP_ACP, MB_ERR_INVALID_CHARS},
                                   Call{932, MB_PRECOMPOSED | MB_ERR_INVALID_CHARS}));
-   ownPage = 0;
 }
 
-TEST(CodePage, TextWithALengthThatIsNoneIsRefused)
+// A process may have UTF-8 for its own page, which knows no composed characters either.
+TEST_F(AskedConverter, Utf8AsTheSystemsOwnIsNotAskedForComposedCharactersEither)
+{
+   ownPage = CP_UTF8;
+   platform::measureUtf16(platform::kSystemCodePage, "a", 1);
+   EXPECT_THAT(calls, ElementsAre(Call{CP_ACP, MB_ERR_INVALID_CHARS}));
+}
+
+TEST_F(AskedConverter, TextWithALengthThatIsNoneIsRefused)
 {
    const char* const text = "a";
    EXPECT_EQ(platform::measureUtf16(932, text, size_t{1} << 32), 0u);

@@ -1,21 +1,17 @@
 // The linker leads the calls of the program's objects to the functions with __wrap_ in front.
 #include "unit/transport/system_faults.h"
 
-#include "platform/local_pipe.h"
+#include "support/failing_malloc.h"
 #include "unit/transport/descriptors.h"
+#include "unit/transport/posix/call_faults.h"
 
-#include <atomic>
 #include <cerrno>
-#include <chrono>
-#include <condition_variable>
 #include <cstdarg>
 #include <fcntl.h>
-#include <mutex>
 #include <netdb.h>
 #include <optional>
 #include <poll.h>
 #include <sys/socket.h>
-#include <utility>
 
 namespace faults {
 namespace {
@@ -42,45 +38,66 @@ struct Polls
    Fault interruption;
 };
 
-struct Ticks
-{
-   uint32_t next;
-   uint32_t step;
-};
-
-struct SocketMeeting
-{
-   std::mutex lock;
-   std::condition_variable arrival;
-   std::atomic<bool> isHeld = false;
-   int arrived = 0;
-
-   // Takes the lock for no other test: it would put the threads in an order of its own.
-   void attend()
-   {
-      if (!isHeld.load(std::memory_order_relaxed)) return;
-      std::unique_lock<std::mutex> guard(lock);
-      ++arrived;
-      arrival.notify_all();
-      arrival.wait_for(guard, std::chrono::milliseconds(200), [this] { return arrived > 1; });
-   }
-};
-
-SocketMeeting meeting;
-
 thread_local Fault pending[static_cast<size_t>(Call::kCount)];
 thread_local std::optional<std::vector<bool>> connects;
 thread_local std::optional<Polls> polls;
 thread_local std::optional<std::vector<std::string>> names;
-thread_local std::optional<Ticks> ticks;
-thread_local std::optional<std::vector<std::string>> steps;
 
 Fault& faultOf(Call call)
 {
    return pending[static_cast<size_t>(call)];
 }
 
+// The call that asks for it, and the error that tells that it is not to be had.
+struct Asking
+{
+   Call call;
+   int error;
+};
+
+Asking askingFor(Wish wish)
+{
+   switch (wish) {
+   case Wish::kSocket:
+      return {Call::kSocket, EMFILE};
+   case Wish::kNonBlocking:
+      return {Call::kFcntl, EPERM};
+   default:
+      return {Call::kConnect, EAGAIN};
+   }
+}
+
 } // namespace
+
+Refused::Refused(Wish wish, int times)
+   : wish_(wish)
+{
+   const Asking asking = askingFor(wish);
+   faultOf(asking.call) = {asking.error, times};
+}
+
+Refused::~Refused()
+{
+   faultOf(askingFor(wish_).call) = {};
+}
+
+bool Refused::hasHappened() const
+{
+   return faultOf(askingFor(wish_).call).times == 0;
+}
+
+// An event is memory alone. The first allocation behind the connect is the open pipe's own.
+struct RefusedEvent::Own
+{
+   FailingMalloc failing;
+};
+
+RefusedEvent::RefusedEvent(size_t index)
+   : own_(new Own{FailingMalloc(index + 1)})
+{
+}
+
+RefusedEvent::~RefusedEvent() = default;
 
 Failing::Failing(Call call, int error, int times)
    : call_(call)
@@ -108,58 +125,45 @@ WatchedConnects::~WatchedConnects()
    connects.reset();
 }
 
-const std::vector<bool>& WatchedConnects::closeOnExec() const
+const std::vector<bool>& WatchedConnects::keptFromChildren() const
 {
    return *connects;
 }
 
-WatchedPoll::WatchedPoll()
+// Sockets and pipes are waited for by the same call.
+WatchedWaits::WatchedWaits(On)
 {
    polls.emplace();
 }
 
-WatchedPoll::~WatchedPoll()
+WatchedWaits::~WatchedWaits()
 {
    polls.reset();
 }
 
-void WatchedPoll::failNext(int error, int times)
+void WatchedWaits::failNext()
 {
-   polls->fault = {error, times};
+   polls->fault = {ENOMEM, 1};
 }
 
-void WatchedPoll::interruptNext(int times)
+void interruptNextPolls(int times)
+{
+   polls->fault = {EINTR, times};
+}
+
+void interruptNextPollsLater(int times)
 {
    polls->interruption = {EINTR, times};
 }
 
-void WatchedPoll::timeOutFrom(size_t index)
+void WatchedWaits::timeOutFrom(size_t index)
 {
    polls->firstTimedOut = index;
 }
 
-const std::vector<int>& WatchedPoll::limits() const
+const std::vector<int>& WatchedWaits::limits() const
 {
    return polls->limits;
-}
-
-SlowSockets::SlowSockets()
-{
-   const std::lock_guard<std::mutex> guard(meeting.lock);
-   meeting.isHeld = true;
-   meeting.arrived = 0;
-}
-
-SlowSockets::~SlowSockets()
-{
-   const std::lock_guard<std::mutex> guard(meeting.lock);
-   meeting.isHeld = false;
-}
-
-int SlowSockets::made() const
-{
-   const std::lock_guard<std::mutex> guard(meeting.lock);
-   return meeting.arrived;
 }
 
 NamelessNetwork::NamelessNetwork()
@@ -177,36 +181,6 @@ const std::vector<std::string>& NamelessNetwork::asked() const
    return *names;
 }
 
-SteppedTicks::SteppedTicks(uint32_t first, uint32_t step)
-{
-   ticks = Ticks{first, step};
-}
-
-SteppedTicks::~SteppedTicks()
-{
-   ticks.reset();
-}
-
-PipeSteps::PipeSteps()
-{
-   steps.emplace();
-}
-
-PipeSteps::~PipeSteps()
-{
-   steps.reset();
-}
-
-std::vector<std::string> PipeSteps::taken()
-{
-   return std::exchange(*steps, {});
-}
-
-void noteStep(const char* step)
-{
-   if (steps) steps->emplace_back(step);
-}
-
 } // namespace faults
 
 extern "C" {
@@ -215,14 +189,13 @@ int __real_socket(int domain, int type, int protocol);
 int __wrap_socket(int domain, int type, int protocol)
 {
    if (faults::faultOf(faults::Call::kSocket).strikes()) return -1;
-   faults::meeting.attend();
    return __real_socket(domain, type, protocol);
 }
 
 int __real_connect(int descriptor, const sockaddr* address, socklen_t size);
 int __wrap_connect(int descriptor, const sockaddr* address, socklen_t size)
 {
-   if (faults::connects) faults::connects->push_back(descriptors::closesOnExec(descriptor));
+   if (faults::connects) faults::connects->push_back(descriptors::isKeptFromChildren(descriptor));
    if (faults::faultOf(faults::Call::kConnect).strikes()) return -1;
    return __real_connect(descriptor, address, size);
 }
@@ -260,7 +233,7 @@ int __wrap_poll(pollfd* watched, nfds_t count, int limit)
    faults::polls->limits.push_back(limit);
    if (faults::polls->fault.strikes()) return -1;
    if (faults::polls->interruption.times > 0) {
-      __real_poll(nullptr, 0, faults::WatchedPoll::kInterruptedAfterMs);
+      __real_poll(nullptr, 0, faults::kInterruptedAfterMs);
       faults::polls->interruption.strikes();
       return -1;
    }
@@ -278,34 +251,6 @@ int __wrap_gethostbyname_r(const char* name, hostent* host, char* room, size_t s
    *found = nullptr;
    *reason = HOST_NOT_FOUND;
    return 0;
-}
-
-// platform::raiseEvent(Handle)
-void __real__ZN8platform10raiseEventEl(platform::Handle event);
-void __wrap__ZN8platform10raiseEventEl(platform::Handle event)
-{
-   faults::noteStep("event raised");
-   __real__ZN8platform10raiseEventEl(event);
-}
-
-// platform::cancelTransfer(Handle, PipeTransfer&)
-void __real__ZN8platform14cancelTransferElRNS_12PipeTransferE(platform::Handle pipe,
-                                                              platform::PipeTransfer& transfer);
-void __wrap__ZN8platform14cancelTransferElRNS_12PipeTransferE(platform::Handle pipe,
-                                                              platform::PipeTransfer& transfer)
-{
-   faults::noteStep("cancelled");
-   __real__ZN8platform14cancelTransferElRNS_12PipeTransferE(pipe, transfer);
-}
-
-// platform::tickCount()
-uint32_t __real__ZN8platform9tickCountEv();
-uint32_t __wrap__ZN8platform9tickCountEv()
-{
-   if (!faults::ticks) return __real__ZN8platform9tickCountEv();
-   const uint32_t now = faults::ticks->next;
-   faults::ticks->next += faults::ticks->step;
-   return now;
 }
 
 } // extern "C"

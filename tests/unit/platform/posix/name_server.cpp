@@ -1,4 +1,4 @@
-#include "unit/platform/name_server.h"
+#include "unit/platform/posix/name_server.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

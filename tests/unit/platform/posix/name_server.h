@@ -1,6 +1,6 @@
 // A name server for the names that a test looks up.
-#ifndef TESTS_UNIT_PLATFORM_NAME_SERVER_H
-#define TESTS_UNIT_PLATFORM_NAME_SERVER_H
+#ifndef TESTS_UNIT_PLATFORM_POSIX_NAME_SERVER_H
+#define TESTS_UNIT_PLATFORM_POSIX_NAME_SERVER_H
 
 #include <cstdint>
 #include <thread>

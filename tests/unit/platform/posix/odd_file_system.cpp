@@ -1,5 +1,5 @@
 // The functions stand in front of the system's.
-#include "unit/platform/odd_file_system.h"
+#include "unit/platform/posix/odd_file_system.h"
 
 #include <cerrno>
 #include <climits>

@@ -5,7 +5,7 @@
 #include "service/stream.h"
 #include "support/signals.h"
 #include "unit/transport/descriptors.h"
-#include "unit/transport/system_faults.h"
+#include "unit/transport/posix/call_faults.h"
 
 #include <arpa/inet.h>
 #include <array>
@@ -67,7 +67,7 @@ int connectTo(int descriptor, const std::string& host, uint16_t port)
 TEST(ResumedSocket, IsClosedInANewProgramFromItsMakingOn)
 {
    const Descriptor made(newSocket());
-   EXPECT_TRUE(descriptors::closesOnExec(made));
+   EXPECT_TRUE(descriptors::isKeptFromChildren(made));
    const faults::Failing failing(faults::Call::kSocket, EMFILE);
    EXPECT_EQ(newSocket(), -1);
    EXPECT_EQ(errno, EMFILE);

@@ -1,0 +1,7 @@
+#include "unit/transport/local_pipe_facts.h"
+
+#include <cerrno>
+
+const std::vector<std::string> kTextsOfABrokenRead = {"getOverlappedResultWithTimeout failed"};
+const int kNoSuchPipe = ENOENT;
+const size_t kOpenForAPipe = 1;
