@@ -2,7 +2,8 @@
 # version, import libraries, and programs beside it, since that is where they look for it.
 enable_language(RC)
 configure_file(cmake/version.rc.in "${PROJECT_BINARY_DIR}/version.rc" @ONLY)
-target_sources(zerovaapi PRIVATE "${PROJECT_BINARY_DIR}/version.rc" "${PROJECT_BINARY_DIR}/exports.def")
+target_sources(zerovaapi PRIVATE
+   "${PROJECT_BINARY_DIR}/version.rc" "${PROJECT_BINARY_DIR}/exports.def" platform/windows/runtime_threads.cpp)
 set_target_properties(zerovaapi PROPERTIES PREFIX "")
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}")
 set_target_properties(zerovaapi PROPERTIES

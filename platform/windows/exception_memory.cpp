@@ -4,23 +4,16 @@
 // the heap is out; either ends the process if it gets nothing. So a failure of memory could not be
 // told by an exception unless the process had seen one before. Here nothing but the exception itself
 // is asked of the heap.
+#include "platform/windows/thread_block.h"
+
 #include <atomic>
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 
 #include <cxxabi.h>
 #include <unwind.h>
-#include <windows.h>
-
-extern "C" {
-// Of the template of a thread's own memory, as the C runtime lays it out. The system sets that memory
-// aside for every thread when the library is loaded or the thread starts.
-extern ULONG _tls_index;
-extern char _tls_start[];
-}
 
 namespace {
 
@@ -74,18 +67,13 @@ struct __cxa_eh_globals
    unsigned int uncaughtExceptions;
 };
 
-// The linker orders the template by name, and what marks its end is ".tls$ZZZ".
-[[gnu::section(".tls$ZEROVA")]] static __cxa_eh_globals ofTemplate = {nullptr, 0};
+PLATFORM_OF_EACH_THREAD static __cxa_eh_globals ofTemplate = {nullptr, 0};
 
 extern "C" {
 
 __cxa_eh_globals* __cxa_get_globals() noexcept
 {
-   char** blocks; // the thread's, one for each program or library
-   asm("movq %%gs:0x58, %0" : "=r"(blocks));
-   const std::uintptr_t distance =
-      reinterpret_cast<std::uintptr_t>(&ofTemplate) - reinterpret_cast<std::uintptr_t>(_tls_start);
-   return reinterpret_cast<__cxa_eh_globals*>(blocks[_tls_index] + distance);
+   return &platform::ofThisThread(ofTemplate);
 }
 
 __cxa_eh_globals* __cxa_get_globals_fast() noexcept

@@ -2,19 +2,16 @@
 //
 // Its own way to the threads' variables of C++ makes a lock, of two handles, that it never lets go of,
 // and allocates at a thread's first use of one. It notes each thread that has once run something, with
-// two more, and forgets it when the thread ends, but not when the library goes before that.
+// two more, and forgets it when the thread ends, but not when the library goes before that. This is for
+// the DLL alone: a program that the code is linked into has variables of its own.
+#include "platform/windows/thread_block.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <exception>
 
-#include <windows.h>
-
 extern "C" {
-// As exception_memory.cpp tells of them.
-extern ULONG _tls_index;
-extern char _tls_start[];
-
 // What the runtime has the system call when a thread ends.
 extern const PIMAGE_TLS_CALLBACK __xl_f;
 }
@@ -22,10 +19,14 @@ extern const PIMAGE_TLS_CALLBACK __xl_f;
 namespace {
 
 // Of the variables that are linked in there are two, a pointer each, zero at first.
-constexpr std::size_t kBytes = 64;
-[[gnu::section(".tls$ZEROVA")]] alignas(16) char ofTemplate[kBytes] = {};
+struct Room
+{
+   alignas(16) char bytes[64];
+};
+PLATFORM_OF_EACH_THREAD Room ofTemplate = {};
 
-std::atomic<std::uintptr_t> used = 0;
+SRWLOCK placing = SRWLOCK_INIT;
+std::uintptr_t used = 0;
 
 // A variable, as the compiler lays out what it knows of one.
 struct Variable
@@ -39,13 +40,17 @@ struct Variable
 std::uintptr_t placeOf(Variable& variable)
 {
    constexpr std::size_t kUnit = 16;
-   std::uintptr_t place = variable.place.load(std::memory_order_acquire);
-   if (place != 0) return place;
-   const std::size_t size = (variable.size + kUnit - 1) / kUnit * kUnit;
-   const std::uintptr_t taken = used.fetch_add(size);
-   if (taken + size > kBytes || variable.alignment > kUnit || variable.firstValue) std::terminate();
-   // Of two threads that come at once the second one's place stays unused.
-   return variable.place.compare_exchange_strong(place, taken + 1) ? taken + 1 : place;
+   if (const std::uintptr_t place = variable.place.load(std::memory_order_acquire)) return place;
+   AcquireSRWLockExclusive(&placing);
+   if (variable.place.load(std::memory_order_relaxed) == 0) {
+      const std::size_t size = (variable.size + kUnit - 1) / kUnit * kUnit;
+      if (used + size > sizeof(Room) || variable.alignment > kUnit || variable.firstValue)
+         std::terminate();
+      variable.place.store(used + 1, std::memory_order_release);
+      used += size;
+   }
+   ReleaseSRWLockExclusive(&placing);
+   return variable.place.load(std::memory_order_relaxed);
 }
 
 // The thread that unloads the library has mostly used it.
@@ -59,7 +64,5 @@ const AtUnload atUnload;
 
 extern "C" void* __emutls_get_address(Variable* variable)
 {
-   char** blocks; // the thread's, one for each program or library
-   asm("movq %%gs:0x58, %0" : "=r"(blocks));
-   return blocks[_tls_index] + (ofTemplate - _tls_start) + (placeOf(*variable) - 1);
+   return platform::ofThisThread(ofTemplate).bytes + (placeOf(*variable) - 1);
 }

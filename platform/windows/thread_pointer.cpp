@@ -1,41 +1,22 @@
 #include "platform/thread_pointer.h"
 
-#include <windows.h>
+#include "platform/windows/thread_block.h"
 
 namespace platform {
 namespace {
 
-// The compiler's own threads' variables would allocate at their first use in a thread.
-class ThreadSlot
-{
-public:
-   ThreadSlot()
-      : index_(TlsAlloc())
-   {
-   }
-   ~ThreadSlot() { TlsFree(index_); }
-   ThreadSlot(const ThreadSlot&) = delete;
-   ThreadSlot& operator=(const ThreadSlot&) = delete;
-
-   void* get() const { return TlsGetValue(index_); }
-   void set(void* pointer) const { TlsSetValue(index_, pointer); }
-
-private:
-   DWORD index_;
-};
-
-const ThreadSlot slot;
+PLATFORM_OF_EACH_THREAD void* ofTemplate = nullptr;
 
 } // namespace
 
 void* threadPointer()
 {
-   return slot.get();
+   return ofThisThread(ofTemplate);
 }
 
 void setThreadPointer(void* pointer)
 {
-   slot.set(pointer);
+   ofThisThread(ofTemplate) = pointer;
 }
 
 } // namespace platform

@@ -1,4 +1,4 @@
-"""check_dll.py DLL LIST OBJDUMP: holds the DLL to its exports, imports and size, and to what memory a thread has for it."""
+"""check_dll.py DLL LIST OBJDUMP: holds the DLL to its exports, to what it may import, and to its size."""
 
 import pathlib
 import re
@@ -13,21 +13,25 @@ MOST_BYTES = 2_000_000
 NARROW = {"GetModuleFileNameA", "LoadLibraryA", "FindFirstFileA", "SHGetFolderPathA", "fopen", "freopen", "remove", "rename"}
 
 
-def unclaimed_thread_bytes(dll):
-    """How many at the end of the threads' memory the system does not set aside, though they are linked in."""
-    data = pathlib.Path(dll).read_bytes()
-    optional = struct.unpack_from("<I", data, 0x3C)[0] + 24
-    count, head_size = struct.unpack_from("<H12xH", data, optional - 18)
-    base = struct.unpack_from("<Q", data, optional + 24)[0]
-    directory = struct.unpack_from("<I", data, optional + 112 + 9 * 8)[0]
-    section_of = {}
-    told_end = 0
-    for i in range(count):
-        name, size, address, _, at = struct.unpack_from("<8s4I", data, optional + head_size + i * 40)
-        section_of[name.rstrip(b"\0")] = address + size
-        if address <= directory < address + size:
-            told_end = struct.unpack_from("<Q", data, at + directory - address + 8)[0] - base
-    return section_of[b".tls"] - told_end
+# What stands in the section of threads' own variables and is none: the mark of their end, and a gap
+# that it is aligned by.
+MARK_BYTES = 16
+
+
+def bytes_of_threads(image):
+    """Of the section of threads' own variables, and of what the system sets aside for each thread."""
+    head = struct.unpack_from("<I", image, 0x3C)[0]
+    sections, size = struct.unpack_from("<H12xH", image, head + 6)
+    optional = head + 24
+    base = struct.unpack_from("<Q", image, optional + 24)[0]
+    directory = struct.unpack_from("<I", image, optional + 112 + 9 * 8)[0]
+    for at in range(optional + size, optional + size + sections * 40, 40):
+        name, length, address, _, place = struct.unpack_from("<8s4I", image, at)
+        if address <= directory < address + length:
+            begin, end = struct.unpack_from("<QQ", image, place + directory - address)
+        if name.rstrip(b"\0") == b".tls":
+            section, start = length, base + address
+    return section, end - start if begin == start else 0
 
 
 def faults(dll, names, objdump):
@@ -46,8 +50,9 @@ def faults(dll, names, objdump):
     size = pathlib.Path(dll).stat().st_size
     if size >= MOST_BYTES:
         yield f"{size} bytes are {MOST_BYTES} or more"
-    if unclaimed_thread_bytes(dll) > 16:  # the word that marks the end lies behind it
-        yield f"{unclaimed_thread_bytes(dll)} bytes of a thread's own memory are beyond what the system gives it"
+    section, set_aside = bytes_of_threads(pathlib.Path(dll).read_bytes())
+    if section - set_aside > MARK_BYTES or set_aside < section // 2:
+        yield f"of {section} bytes of threads' own variables, {set_aside} are set aside for a thread"
     if ".rsrc" not in subprocess.run([objdump, "-h", dll], capture_output=True, text=True, check=True).stdout:
         yield "no resource tells the version"
 

@@ -5,6 +5,7 @@
 #include "platform/settings_tree.h"
 #include "platform/standard_folders.h"
 #include "platform/thread_pointer.h"
+#include "support/windows/import_patch.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -140,6 +141,24 @@ TEST(ThreadPointer, IsEachThreadsOwn)
    int own = 0;
    platform::setThreadPointer(&own);
    std::thread([] { EXPECT_EQ(platform::threadPointer(), nullptr); }).join();
+   EXPECT_EQ(platform::threadPointer(), &own);
+   platform::setThreadPointer(nullptr);
+}
+
+BOOL WINAPI refuseToKeep(DWORD, void*)
+{
+   SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+   return FALSE;
+}
+
+// The system's own slots can be taken, and some of them take memory of a thread at its first use.
+TEST(ThreadPointer, NeedsNoSlotOfTheSystem)
+{
+   int own = 0;
+   {
+      const zerova::test::ImportPatch patch("TlsSetValue", refuseToKeep, zerova::test::kProgram);
+      platform::setThreadPointer(&own);
+   }
    EXPECT_EQ(platform::threadPointer(), &own);
    platform::setThreadPointer(nullptr);
 }

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 
@@ -55,6 +56,21 @@ TEST(ImportPatch, LibraryAloneCallsTheReplacementForAsLongAsItLives)
    EXPECT_EQ(code, -52000);
    EXPECT_NE(ofTheProgram, nullptr);
    EXPECT_EQ(codeOfNewAttributes(), 0);
+}
+
+TEST(ImportPatch, ProgramAloneCallsTheReplacementOfItsOwnImport)
+{
+   int32_t code = 1;
+   bool hasBlock = true;
+   {
+      const ImportPatch patch("malloc", noMemory, kProgram);
+      void* const block = std::malloc(1);
+      hasBlock = block != nullptr;
+      std::free(block);
+      code = codeOfNewAttributes();
+   }
+   EXPECT_FALSE(hasBlock);
+   EXPECT_EQ(code, 0);
 }
 
 } // namespace
