@@ -1,5 +1,6 @@
 // What the simulator costs: the search for a way, against a plain walk of the same graph, and the service
 // under a thousand clients, against one that answers without looking.
+#include "APIv1.h"
 #include "bench/canned_service.h"
 #include "bench/report.h"
 #include "bench/wire.h"
