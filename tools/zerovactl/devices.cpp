@@ -6,6 +6,7 @@ namespace zerovactl {
 
 int devices(Context& context)
 {
+   context.output.progress("asking for the devices");
    Session session(context.target);
    const std::unique_ptr<char*, void (*)(char**)> names(session.call(zerovaapi_getRoutableDevices),
                                                         zerovaapi_destroyStringArray);

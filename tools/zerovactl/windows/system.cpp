@@ -329,7 +329,7 @@ std::string systemText(int number)
 
 std::string timeOutText()
 {
-   return systemText(WAIT_TIMEOUT);
+   return systemText(ERROR_TIMEOUT);
 }
 
 std::string settingsRoot()
