@@ -7,12 +7,11 @@ namespace zerova {
 
 void AnswerWait::ask(AnswerWatch& watch)
 {
-   if (rest_ > 0) {
+   isTimed_ = rest_ == 0;
+   if (isTimed_)
+      asked_ = watch.now();
+   else
       --rest_;
-      return;
-   }
-   asked_ = watch.now();
-   isTimed_ = true;
 }
 
 void AnswerWait::begin(AnswerWatch& watch)

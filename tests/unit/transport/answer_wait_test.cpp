@@ -42,6 +42,14 @@ public:
       wait_.end(*this);
    }
 
+   // A request, behind which the connection fails after a while.
+   void askInVain(int64_t time)
+   {
+      wait_.ask(*this);
+      wait_.begin(*this);
+      now_ += time;
+   }
+
    int callsUntil(bool isPolled)
    {
       int calls = 1;
@@ -275,6 +283,14 @@ TEST(AnswerWait, WhatComesWithoutARequestIsNoAnswer)
    EXPECT_EQ(session.callsUntil(true), kSoon + 1);
    session.receive();
    EXPECT_EQ(session.looks(), 0);
+}
+
+TEST(AnswerWait, RequestWithoutAnAnswerIsForgottenWithTheNext)
+{
+   Session session = onTwoCores();
+   call(session, kSoon - 1);
+   session.askInVain(2'000'000);
+   EXPECT_EQ(session.callsUntil(true), 2);
 }
 
 } // namespace
