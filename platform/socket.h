@@ -35,7 +35,8 @@ ConnectStart startConnect(Socket socket, uint32_t address, uint16_t port);
 
 // What a wait looks for on one socket and, afterwards, what it found of that. readable: bytes or
 // the end of the data. writable: connected, with room. errored: a connect that failed, urgent data,
-// a broken connection. A socket whose connect failed is errored and not writable.
+// and on some systems a broken connection, which is readable on others. A socket whose connect failed
+// is errored and not writable.
 struct SocketWatch
 {
    Socket socket; // may be invalid: then nothing is found on it
