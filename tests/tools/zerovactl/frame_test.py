@@ -239,7 +239,7 @@ class Terminal(bench.Case):
    def test_that_is_not_utf8_gets_ascii_and_a_sentence(self):
       with hostile_service() as peer:
          status, seen = bench.run_in_terminal("devices", "--host", peer.host, LC_ALL="C")
-      self.assertEqual((status, seen.decode("ascii")), (0, """\
+      self.assertEqual((status, seen.decode("ascii")), (0, "\r\x1b[Kasking for the devices\r\x1b[K" """\
 zerovactl: this terminal shows ANSI_X3.4-1968 and not UTF-8; characters beyond ASCII come as \\u{NUMBER}
 bad\\x1B[31m\\x07\\u{85}name\\u{202E}
 Ger\\u{E4}t
