@@ -51,7 +51,7 @@ class Unpacked(unittest.TestCase):
             self.assertTrue((self.prefix / path).is_file(), path)
         for path in ("README.md", "docs/windows.md", "examples/quick_start.c", "third-party.md",
                      "third-party-runtime.txt", "third-party-compiler.txt", "third-party-cli11.txt",
-                     "third-party-json.txt"):
+                     "third-party-json.txt", "third-party-toml.txt"):
             self.assertTrue((documents / path).is_file(), path)
         self.assertRegex((documents / "zerovaapi.map").read_text(encoding="utf-8"),
                          r"(?m)^[0-9a-f]{8} zerovaapi_createSession$")
@@ -60,11 +60,15 @@ class Unpacked(unittest.TestCase):
         must(sys.executable, "-B", ROOT / "tests/windows/check_dll.py", self.prefix / "bin/zerovaapi.dll",
              ROOT / "source/zerovaapi/exports.txt", "x86_64-w64-mingw32-objdump")
 
-    def test_the_tool_needs_nothing_but_the_zip(self):
+    def test_the_tools_need_nothing_but_the_zip(self):
         tool = self.prefix / "bin/zerovactl.exe"
         self.assertRegex(must(WINE, tool, "--version"), r"^zerovactl [0-9.]+, libzerovaapi [0-9.]+ \(.*zerovaapi\.dll\)")
         self.assertIn("routing service", must(WINE, tool, "explain", "-89168", "--lang", "en"))
         self.assertNotIn(str(ROOT).encode(), tool.read_bytes())
+        simulator = self.prefix / "bin/zerova-simulator.exe"
+        self.assertRegex(must(WINE, simulator, "--version"), r"^zerova-simulator [0-9.]+")
+        self.assertIn("5 devices", must(WINE, simulator, "check", ROOT / "examples/benches/laboratory.toml"))
+        self.assertNotIn(str(ROOT).encode(), simulator.read_bytes())
 
     def test_a_project_of_cmake_finds_it(self):
         build = self.scratch / "by_cmake"
