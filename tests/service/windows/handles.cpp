@@ -21,15 +21,34 @@ Transfer::~Transfer()
    CloseHandle(record_.hEvent);
 }
 
-bool Transfer::wait(HANDLE handle, bool isDone, const StopSignal& stop)
+// isOver tells after each step, in milliseconds, whether the transfer can end at all.
+template <typename IsOver>
+bool Transfer::wait(HANDLE handle, bool isDone, const StopSignal& stop, DWORD step, IsOver isOver)
 {
    failure_ = isDone ? 0 : GetLastError();
    if (failure_ != 0 && failure_ != ERROR_IO_PENDING) return true;
    const HANDLE waits[2] = {record_.hEvent, handleOf(stop.handle())};
-   const bool isStopped = WaitForMultipleObjects(2, waits, FALSE, INFINITE) != WAIT_OBJECT_0;
-   if (isStopped) CancelIoEx(handle, &record_);
+   DWORD ended = WAIT_TIMEOUT;
+   while (ended == WAIT_TIMEOUT && !isOver())
+      ended = WaitForMultipleObjects(2, waits, FALSE, step);
+   if (ended != WAIT_OBJECT_0) CancelIoEx(handle, &record_);
    failure_ = GetOverlappedResult(handle, &record_, &count_, TRUE) ? 0 : GetLastError();
-   return !isStopped;
+   if (ended == WAIT_TIMEOUT && failure_ != 0) failure_ = WSAECONNRESET;
+   return ended == WAIT_OBJECT_0 || ended == WAIT_TIMEOUT;
+}
+
+bool Transfer::wait(HANDLE handle, bool isDone, const StopSignal& stop)
+{
+   return wait(handle, isDone, stop, INFINITE, [] { return false; });
+}
+
+bool Transfer::waitOnSocket(SOCKET socket, bool isDone, const StopSignal& stop)
+{
+   constexpr DWORD kStep = 500;
+   return wait(reinterpret_cast<HANDLE>(socket), isDone, stop, kStep, [socket] {
+      WSAPOLLFD asked = {socket, POLLWRNORM, 0};
+      return WSAPoll(&asked, 1, 0) == 1 && (asked.revents & (POLLERR | POLLHUP)) != 0;
+   });
 }
 
 void startSockets()

@@ -33,11 +33,17 @@ public:
    // What starting has returned: waits for the end if that has not come yet. False, with the
    // transfer given up, if the stop signal is raised first.
    bool wait(HANDLE handle, bool isDone, const StopSignal& stop);
+   // As wait(), for a socket, where Wine may forget a transfer that waits when the connection is reset:
+   // such a one fails.
+   bool waitOnSocket(SOCKET socket, bool isDone, const StopSignal& stop);
 
    DWORD failure() const { return failure_; } // 0 for a transfer that has succeeded
    DWORD count() const { return count_; }
 
 private:
+   template <typename IsOver>
+   bool wait(HANDLE handle, bool isDone, const StopSignal& stop, DWORD step, IsOver isOver);
+
    OVERLAPPED record_{};
    DWORD failure_ = 0;
    DWORD count_ = 0;

@@ -142,7 +142,12 @@ bool Stream::write(std::string_view bytes, const StopSignal& stop)
    while (!bytes.empty()) {
       if (end_ != StreamEnd::kOpen || handle_ == kNoHandle) return false;
       Transfer transfer;
-      if (!transfer.wait(handleOf(handle_), startWriting(handle_, bytes, transfer), stop))
+      const bool hasEnded =
+         isSocket(handle_)
+            ? transfer.waitOnSocket(static_cast<SOCKET>(handle_),
+                                    startWriting(handle_, bytes, transfer), stop)
+            : transfer.wait(handleOf(handle_), startWriting(handle_, bytes, transfer), stop);
+      if (!hasEnded)
          end_ = StreamEnd::kStopped;
       else if (transfer.failure() != 0)
          endWith(static_cast<int>(transfer.failure()));
