@@ -28,12 +28,12 @@ std::string contentOf(const std::string& thing)
 {
    constexpr std::size_t kEnough = kLongestStatusJson + 1;
    if (thing == "-") {
-      const std::string content = contentOfInput(kEnough);
+      std::string content = contentOfInput(kEnough);
       if (content.empty()) throw Failure(kWrongUse, "standard input is empty");
       return content;
    }
    const std::string name = thing.substr(1);
-   const std::string content = contentOfFile(name, kEnough);
+   std::string content = contentOfFile(name, kEnough);
    if (content.empty()) throw Failure(kFailed, shown(name) + ": it is empty");
    return content;
 }
