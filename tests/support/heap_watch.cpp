@@ -28,27 +28,31 @@ struct Watched
 
 thread_local Watched watched;
 
+bool allows(std::size_t bytes)
+{
+   if (!watched.active) return true;
+   ++watched.count;
+   watched.largest = std::max(watched.largest, bytes);
+   const bool isChosen = watched.untilFailure != 0 && --watched.untilFailure == 0;
+   if (!isChosen && bytes <= watched.limit) return true;
+   watched.failed = true;
+   if (isChosen && watched.raise) watched.raise();
+   return false;
+}
+
+void hasTaken(std::ptrdiff_t bytes)
+{
+   if (!watched.active) return;
+   watched.inUse += bytes;
+   watched.peak = std::max(watched.peak, watched.inUse);
+}
+
+// Not asked by the operators below, which are called before it is made and after its end.
 class OfTheThread : public HeapWatcher
 {
 public:
-   bool allows(std::size_t bytes) override
-   {
-      if (!watched.active) return true;
-      ++watched.count;
-      watched.largest = std::max(watched.largest, bytes);
-      const bool isChosen = watched.untilFailure != 0 && --watched.untilFailure == 0;
-      if (!isChosen && bytes <= watched.limit) return true;
-      watched.failed = true;
-      if (isChosen && watched.raise) watched.raise();
-      return false;
-   }
-
-   void hasTaken(std::ptrdiff_t bytes) override
-   {
-      if (!watched.active) return;
-      watched.inUse += bytes;
-      watched.peak = std::max(watched.peak, watched.inUse);
-   }
+   bool allows(std::size_t bytes) override { return test::allows(bytes); }
+   void hasTaken(std::ptrdiff_t bytes) override { test::hasTaken(bytes); }
 };
 
 OfTheThread watcher;
@@ -56,16 +60,16 @@ std::optional<WatchedLibraryHeap> libraryHeap;
 
 void* allocate(std::size_t size)
 {
-   if (!watcher.allows(size)) throw std::bad_alloc();
+   if (!allows(size)) throw std::bad_alloc();
    void* const block = std::malloc(size != 0 ? size : 1);
    if (!block) throw std::bad_alloc();
-   watcher.hasTaken(static_cast<std::ptrdiff_t>(blockSize(block)));
+   hasTaken(static_cast<std::ptrdiff_t>(blockSize(block)));
    return block;
 }
 
 void release(void* block) noexcept
 {
-   if (block) watcher.hasTaken(-static_cast<std::ptrdiff_t>(blockSize(block)));
+   if (block) hasTaken(-static_cast<std::ptrdiff_t>(blockSize(block)));
    std::free(block);
 }
 

@@ -124,6 +124,15 @@ public:
    SocketLibrary& operator=(const SocketLibrary&) = delete;
 };
 
+Owned newSocket()
+{
+   Owned made(platform::createTcpSocket(),
+              [](platform::Socket socket) { platform::closeSocket(socket); });
+   if (made.get() == platform::kInvalidSocket || !platform::setNonBlocking(made.get()))
+      throw ConnectionFailure("no socket to be had: " + systemText(lastSocketFailure()));
+   return made;
+}
+
 class SocketConnection : public Connection
 {
 public:
@@ -165,15 +174,6 @@ private:
       platform::SocketWatch watch = {socket_.get(), !forRoom, forRoom, forRoom};
       if (platform::waitForSockets(&watch, 1, leftUntil(until)) != platform::SocketWait::ready)
          throw ConnectionSilent("no answer");
-   }
-
-   static Owned newSocket()
-   {
-      Owned made(platform::createTcpSocket(),
-                 [](platform::Socket socket) { platform::closeSocket(socket); });
-      if (made.get() == platform::kInvalidSocket || !platform::setNonBlocking(made.get()))
-         throw ConnectionFailure("no socket to be had: " + systemText(lastSocketFailure()));
-      return made;
    }
 
    const SocketLibrary library_;
