@@ -28,7 +28,7 @@ bool Transfer::wait(HANDLE handle, bool isDone, const StopSignal& stop, DWORD st
    failure_ = isDone ? 0 : GetLastError();
    if (failure_ != 0 && failure_ != ERROR_IO_PENDING) return true;
    const HANDLE waits[2] = {record_.hEvent, handleOf(stop.handle())};
-   DWORD ended = WAIT_TIMEOUT;
+   DWORD ended = WaitForMultipleObjects(2, waits, FALSE, step);
    while (ended == WAIT_TIMEOUT && !isOver())
       ended = WaitForMultipleObjects(2, waits, FALSE, step);
    if (ended != WAIT_OBJECT_0) CancelIoEx(handle, &record_);
@@ -44,7 +44,7 @@ bool Transfer::wait(HANDLE handle, bool isDone, const StopSignal& stop)
 
 bool Transfer::waitOnSocket(SOCKET socket, bool isDone, const StopSignal& stop)
 {
-   constexpr DWORD kStep = 500;
+   constexpr DWORD kStep = 2000; // asking keeps Wine busy
    return wait(reinterpret_cast<HANDLE>(socket), isDone, stop, kStep, [socket] {
       WSAPOLLFD asked = {socket, POLLWRNORM, 0};
       return WSAPoll(&asked, 1, 0) == 1 && (asked.revents & (POLLERR | POLLHUP)) != 0;
