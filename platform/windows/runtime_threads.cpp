@@ -1,9 +1,9 @@
 // What the compiler's runtime keeps of threads, so that nothing of it outlives the library.
 //
 // Its own way to the threads' variables of C++ makes a lock, of two handles, that it never lets go of,
-// and allocates at a thread's first use of one. It notes each thread that has once run something, with
-// two more, and forgets it when the thread ends, but not when the library goes before that. This is for
-// the DLL alone: a program that the code is linked into has variables of its own.
+// and allocates at a thread's first use of one. It notes each thread that has run what is run once for
+// all, with two more, and forgets it when the thread ends, but not when the library goes before that.
+// This is for the DLL alone: a program that the code is linked into has variables of its own.
 #include "platform/windows/thread_block.h"
 
 #include <atomic>
@@ -53,14 +53,27 @@ std::uintptr_t placeOf(Variable& variable)
    return variable.place.load(std::memory_order_relaxed);
 }
 
+// At the end of the process the other threads are gone by then, with the locks that they had.
+bool isProcessEnding = false;
+
 // The thread that unloads the library has mostly used it.
 struct AtUnload
 {
-   ~AtUnload() { __xl_f(nullptr, DLL_THREAD_DETACH, nullptr); }
+   ~AtUnload()
+   {
+      if (!isProcessEnding) __xl_f(nullptr, DLL_THREAD_DETACH, nullptr);
+   }
 };
 const AtUnload atUnload;
 
 } // namespace
+
+// Called by the runtime before what is static is destroyed.
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* process)
+{
+   if (reason == DLL_PROCESS_DETACH) isProcessEnding = process != nullptr;
+   return TRUE;
+}
 
 extern "C" void* __emutls_get_address(Variable* variable)
 {
