@@ -33,8 +33,9 @@ public:
 //   sleep. So threads that are more than cores are not kept waiting, and a client that shares its core
 //   with the service sleeps. How threads and cores lie is not asked for: it may change with every call,
 //   and what is the service's cannot be known.
-// - When it ends before it has paid, a rest follows, in which calls sleep and are not timed, twice as
-//   long as the last: however often it is tried in vain costs next to nothing.
+// - When it ends, a rest follows, in which calls sleep and are not timed: twice as long as the last if it
+//   has not paid, so that however often it is tried in vain costs next to nothing, and half as long if
+//   it has.
 //
 // One object for each session.
 class AnswerWait

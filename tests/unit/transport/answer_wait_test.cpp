@@ -236,6 +236,19 @@ TEST(AnswerWait, RestsNoLongerThanTheLongest)
    EXPECT_EQ(session.callsUntil(true), kLongestRest + kSoon + 1);
 }
 
+TEST(AnswerWait, RestsHalfAsLongWhenPollsHavePaid)
+{
+   Session session(60'000, 60'000);
+   for (int i = 0; i < 20; ++i) {
+      while (!session.call() && session.looks() == 0) {
+      }
+   }
+   session.answerAfter(30'000, 15'000);
+   session.callsUntil(true);
+   EXPECT_EQ(session.callsUntil(false), static_cast<int>(AnswerWait::kMostPolls));
+   EXPECT_EQ(session.callsUntil(true), kLongestRest / 2 + kSoon);
+}
+
 TEST(AnswerWait, ReadsNoClockInARest)
 {
    Session session = onTwoCores();
