@@ -49,10 +49,10 @@ mount -t tmpfs none {scratch}
 cd {scratch}
 mkdir upper work root tree tree-work
 mount -t overlay none -o lowerdir=/,upperdir=upper,workdir=work root
+mount -t tmpfs none root/tmp
 mkdir -p root{tree}
 mount -t overlay none -o lowerdir={tree},upperdir=tree,workdir=tree-work root{tree}
 for folder in proc dev sys; do mount --rbind /$folder root/$folder; done
-mount -t tmpfs none root/tmp
 if [ -d {cache} ]; then mkdir -p root{cache}; mount --bind {cache} root{cache}; fi
 printf 'APT::Get::Assume-Yes "true";\nAPT::Get::Upgrade "false";\n' > root/tmp/apt.conf
 exec chroot root env -i -C {tree} {environment} bash -euo pipefail -s

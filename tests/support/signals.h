@@ -9,7 +9,7 @@
 #include <mutex>
 #include <thread>
 
-// While it lives, the thread that made it is interrupted about every millisecond. That ends after 20 s at
+// While it lives, the thread that made it is interrupted about every millisecond. That ends after 60 s at
 // the latest, so that what every signal prolongs ends too, if late. One at a time.
 class Signals
 {
@@ -33,11 +33,11 @@ public:
    // Their number so far.
    int count() const { return Interruption::taken; }
 
-   // Waits for so many more. False if they did not come within 30 s.
+   // Waits for so many more. False if they did not come within 60 s.
    bool waitForMore(int number) const
    {
       const int wanted = count() + number;
-      const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+      const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
       while (count() < wanted) {
          if (std::chrono::steady_clock::now() > limit) return false;
          std::this_thread::yield();
@@ -48,7 +48,7 @@ public:
 private:
    void send()
    {
-      const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+      const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
       std::unique_lock<std::mutex> guard(lock_);
       while (!isOver_ && std::chrono::steady_clock::now() < limit) {
          interruption_.send();

@@ -1,6 +1,6 @@
 #include "faults/many_descriptors.h"
 
-#include "faults/posix/filled_descriptors.h"
+#include "support/posix/filled_descriptors.h"
 
 namespace zerova::test {
 

@@ -1,6 +1,6 @@
 // The library in a process that takes signals and whose descriptors are limited.
 #include "faults/guest.h"
-#include "faults/posix/filled_descriptors.h"
+#include "support/posix/filled_descriptors.h"
 
 #include <gtest/gtest.h>
 

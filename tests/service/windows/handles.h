@@ -34,7 +34,8 @@ public:
    // transfer given up, if the stop signal is raised first.
    bool wait(HANDLE handle, bool isDone, const StopSignal& stop);
    // As wait(), for a socket, where Wine may forget a transfer that waits when the connection is reset:
-   // such a one fails.
+   // such a one fails. So does one that waits for a peer which has closed its sending half alone, as
+   // nothing tells the two apart.
    bool waitOnSocket(SOCKET socket, bool isDone, const StopSignal& stop);
 
    DWORD failure() const { return failure_; } // 0 for a transfer that has succeeded

@@ -1,6 +1,6 @@
 #include "tools/zerovactl/service_connection.h"
 
-#include "support/filled_descriptors.h"
+#include "support/posix/filled_descriptors.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,8 @@ using zerovactl::connectTo;
 TEST(ServiceConnection, ThatFindsNoSocketIsAFailureWithItsCause)
 {
    const auto soon = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-   const FilledDescriptors none;
+   FilledDescriptors all(256);
+   all.open(SIZE_MAX);
    try {
       connectTo(0x7F000001, 1, soon);
       FAIL() << "a socket was there";

@@ -10,8 +10,10 @@
 // one that starts behind it if that is another.
 extern const std::vector<std::string> kTextsOfABrokenRead;
 
-// The number of a pipe that is not there.
+// The numbers of a pipe that is not there, of a handle that is none, and of a transfer under way.
 extern const int kNoSuchPipe;
+extern const int kNoHandle;
+extern const int kUnderWay;
 
 // What a pipe that is open has open: its own end, and events where they are the system's.
 extern const size_t kOpenForAPipe;

@@ -124,7 +124,8 @@ TEST(PipeOpen, MissingPipeFailsAtOnceAndTellsWhyInTheDiagnosticOutput)
       EXPECT_STREQ(failure.what(), "Unable to open pipe");
    }
    apache::thrift::GlobalOutput.setOutputFunction([](const char*) {});
-   EXPECT_THAT(lastDiagnostic, testing::StartsWith("TPipe::open ::CreateFile errored GLE=: "));
+   EXPECT_EQ(lastDiagnostic, "TPipe::open ::CreateFile errored GLE=: " +
+                                apache::thrift::TOutput::strerror_s(kNoSuchPipe));
    EXPECT_FALSE(pipe.isOpen());
 }
 

@@ -14,6 +14,11 @@ using apache::thrift::transport::getOverlappedResultWithTimeout;
 using apache::thrift::transport::pseudo_sync_write;
 using On = faults::WatchedWaits::On;
 
+std::string textOf(int number)
+{
+   return apache::thrift::TOutput::strerror_s(number);
+}
+
 class PipeTransfer : public TransferringPipe
 {
 };
@@ -120,14 +125,14 @@ TEST_F(PipeTransfer, ReadWithoutAHandleFailsItsStart)
 {
    own.reset();
    expectFailure([&] { read(-1); }, TTransportException::UNKNOWN, "TPipe: read failed",
-                 "TPipe ::ReadFile errored GLE=: ");
+                 "TPipe ::ReadFile errored GLE=: " + textOf(kNoHandle));
 }
 
 TEST_F(PipeTransfer, WriteWithoutAHandleFailsItsStart)
 {
    own.reset();
    expectFailure([&] { write(-1); }, TTransportException::UNKNOWN, "TPipe: write failed",
-                 "TPipe ::WriteFile errored GLE=: ");
+                 "TPipe ::WriteFile errored GLE=: " + textOf(kNoHandle));
 }
 
 TEST_F(PipeTransfer, WriteOfNothingDoesNotEvenLookAtTheHandle)
@@ -167,7 +172,7 @@ TEST_F(PipeTransfer, WaitThatEndsTooEarlyFailsTheTransferInsteadOfBlocking)
       expectFailure(
          [&] { getOverlappedResultWithTimeout(own.get(), transfer, count, 60000, true); },
          TTransportException::UNKNOWN, "getOverlappedResultWithTimeout failed",
-         "getOverlappedResultWithTimeout errored GLE=: ");
+         "getOverlappedResultWithTimeout errored GLE=: " + textOf(kUnderWay));
    });
 }
 
@@ -175,7 +180,7 @@ TEST_F(PipeTransfer, FinishThatMayNotBlockFailsWhileTheTransferIsUnderWay)
 {
    duringRead([&](platform::PipeTransfer& transfer) {
       uint32_t count = 0;
-      EXPECT_NE(platform::finishTransfer(own.get(), transfer, false, count), 0);
+      EXPECT_EQ(platform::finishTransfer(own.get(), transfer, false, count), kUnderWay);
    });
 }
 

@@ -1,6 +1,6 @@
 // Another limit on open descriptors, and descriptors on nothing below it.
-#ifndef TESTS_FAULTS_POSIX_FILLED_DESCRIPTORS_H
-#define TESTS_FAULTS_POSIX_FILLED_DESCRIPTORS_H
+#ifndef TESTS_SUPPORT_POSIX_FILLED_DESCRIPTORS_H
+#define TESTS_SUPPORT_POSIX_FILLED_DESCRIPTORS_H
 
 #include <cstddef>
 #include <stdexcept>
