@@ -1,6 +1,7 @@
 #include "tools/simulator/service.h"
 
 #include "service/wire_bytes.h"
+#include "support/peak_memory.h"
 #include "tools/simulator/replay.h"
 #include "tools/simulator/running_service.h"
 #include "unit/service/client.h"
@@ -22,6 +23,7 @@ namespace {
 using namespace zerova;
 using namespace zerova::simulator;
 using test::Client;
+using test::peakMemory;
 using test::readToEnd;
 using test::readUpTo;
 using test::Stream;
@@ -158,6 +160,19 @@ TEST(SimulatorFaults, DelayHoldsTheAnswerAndNobodyElses)
    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(300));
 }
 
+TEST(SimulatorFaults, ClientThatGoesWhileItWaitsKeepsNobodyFromAnAnswer)
+{
+   const RunningService running(
+      exampleWithFault(R"(method = "getSystemChangeNumber", delay_ms = 300)"));
+   Stream waiting = running.connectRaw();
+   {
+      Stream going = running.connectRaw();
+      ASSERT_TRUE(writeAll(going, call("getSystemChangeNumber")));
+   }
+   ASSERT_TRUE(writeAll(waiting, call("getSystemChangeNumber")));
+   EXPECT_EQ(readUpTo(waiting, 4).size(), 4u);
+}
+
 TEST(SimulatorFaults, DropEndsTheConnectionWithoutAnAnswer)
 {
    const RunningService running(exampleWithFault(R"(method = "isDebug", drop = true)"));
@@ -246,20 +261,6 @@ TEST(SimulatorClients, GarbageEndsItsOwnConnectionOnly)
    }
 }
 
-// The most memory that the process has held at once, in kB.
-std::size_t peakMemory()
-{
-   std::ifstream status("/proc/self/status");
-   for (std::string word; status >> word;)
-      if (word == "VmHWM:") {
-         std::size_t kilobytes = 0;
-         status >> kilobytes;
-         return kilobytes;
-      }
-   ADD_FAILURE() << "no VmHWM";
-   return 0;
-}
-
 TEST(SimulatorClients, LengthsThatLieCostNoMemory)
 {
    const RunningService running(exampleBench("trigger_bench"));
@@ -281,7 +282,7 @@ TEST(SimulatorClients, LengthsThatLieCostNoMemory)
       ASSERT_TRUE(writeAll(bad, lie));
       readToEnd(bad);
    }
-   EXPECT_LT(peakMemory(), before + 65536);
+   EXPECT_LT(peakMemory(), before + (std::size_t{64} << 20));
 }
 
 TEST(SimulatorClients, UnknownMethodIsAnsweredInTheProtocol)
