@@ -6,6 +6,9 @@
 #include "tools/simulator/serving.h"
 #include "tools/simulator/topology_file.h"
 
+#include "tools/support/process_start.h"
+#include "tools/support/utf8_path.h"
+
 #include <CLI/CLI.hpp>
 #include <thrift/TOutput.h>
 
@@ -14,6 +17,7 @@
 #include <chrono>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -23,21 +27,15 @@ namespace {
 
 using namespace zerova::simulator;
 
-constexpr char kStatuses[] =
-   R"(Exit status: that of COMMAND; else 0 done, 2 wrong use or a wrong file, 3 an endpoint cannot be had,
-4 a file cannot be written, 5 check or --replay found something, 130 Ctrl-C.)";
-
 void declareOptions(CLI::App& app, Invocation& in)
 {
    app.allow_windows_style_options(false); // a file may begin with a slash
-   app.footer(std::string(examples()) + "\n\n" + kStatuses);
+   app.footer(helpOfSystem().footer);
    app.add_option("FILE", in.file, "The bench, in TOML");
    app.add_option("--fault", in.faults, "One more fault, as the inside of a [[fault]] of the file")
       ->type_name("FAULT")
       ->allow_extra_args(false);
-   app.add_option("--endpoint-dir", in.endpointDir,
-                  "Folder of the local endpoints (default: " ZEROVA_ENDPOINT_DIR
-                  "; before a COMMAND: one that it alone sees)")
+   app.add_option("--endpoint-dir", in.endpointDir, helpOfSystem().endpointDir)
       ->type_name("FOLDER");
    app.add_flag("--no-local", in.hasNoLocal, "No local endpoints");
    app.add_option("--tcp", in.tcp,
@@ -123,7 +121,7 @@ int check(const Topology& topology, const std::string& file)
 
 int replayLog(Bench& bench, const Invocation& in)
 {
-   std::ifstream log(in.replay);
+   std::ifstream log(zerova::tools::pathOf(in.replay));
    if (!log)
       throw Failure(kWrongUse,
                     in.replay + ": cannot be read: " + std::generic_category().message(errno));
@@ -168,10 +166,11 @@ void zerova::simulator::say(const std::string& sentence)
 
 int main(int argc, char** argv)
 {
+   zerova::tools::holdStandardStreams();
+   const std::vector<std::string> words = zerova::tools::commandLine(argc, argv);
    // What stands behind "--" is the command's, whatever it looks like.
-   char** const behind = std::find_if(argv + 1, argv + argc,
-                                      [](const char* word) { return std::string(word) == "--"; });
-   const bool hasCommand = behind != argv + argc;
+   const auto behind = std::find(words.begin(), words.end(), "--");
+   const bool hasCommand = behind != words.end();
    // What a client sends amiss ends its connection, and is no business of the user's.
    apache::thrift::GlobalOutput.setOutputFunction([](const char*) {});
    Invocation in;
@@ -180,8 +179,8 @@ int main(int argc, char** argv)
    try {
       declareOptions(app, in);
       app.set_version_flag("--version", "zerova-simulator " ZEROVA_VERSION);
-      app.parse(static_cast<int>(behind - argv), argv);
-      if (hasCommand) in.command.assign(behind + 1, argv + argc);
+      app.parse(std::vector<std::string>(std::make_reverse_iterator(behind), words.rend()));
+      if (hasCommand) in.command.assign(behind + 1, words.end());
       refuse(hasCommand && in.command.empty(), "no command stands behind --");
       const int status = perform(in);
       if (!std::cout.flush())

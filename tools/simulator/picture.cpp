@@ -1,5 +1,7 @@
 #include "tools/simulator/picture.h"
 
+#include "tools/support/utf8_path.h"
+
 #include <array>
 #include <cerrno>
 #include <filesystem>
@@ -9,6 +11,8 @@
 #include <utility>
 
 namespace zerova::simulator {
+
+using tools::pathOf;
 
 namespace {
 
@@ -109,10 +113,10 @@ std::string routesOf(const Bench& bench)
 void putInPlace(const std::string& beside, const std::string& file)
 {
    std::error_code error;
-   std::filesystem::rename(beside, file, error);
+   std::filesystem::rename(pathOf(beside), pathOf(file), error);
    if (!error) return;
    std::error_code ignored;
-   std::filesystem::remove(beside, ignored);
+   std::filesystem::remove(pathOf(beside), ignored);
    throw std::runtime_error("cannot write " + file + ": " + error.message());
 }
 
@@ -120,7 +124,7 @@ void writeWhole(const std::string& text, const std::string& file)
 {
    const std::string beside = file + ".new";
    {
-      std::ofstream stream(beside, std::ios::binary);
+      std::ofstream stream(pathOf(beside), std::ios::binary);
       stream << text;
       stream.close();
       if (!stream)
@@ -162,14 +166,20 @@ std::string writePicture(const std::string& dot, const std::string& file, const 
    const std::string source = file + ".dot.new";
    const std::string picture = file + ".new";
    writeWhole(dot, source);
-   const Drawing outcome = drawByGraphviz(source, picture, patience);
+   Drawing outcome = Drawing::kFailed;
+   std::string why;
+   try {
+      outcome = drawByGraphviz(source, picture, patience);
+   } catch (const std::runtime_error& error) {
+      why = std::string(" (") + error.what() + ")";
+   }
    std::error_code ignored;
    if (outcome == Drawing::kDone) {
-      std::filesystem::remove(source, ignored);
+      std::filesystem::remove(pathOf(source), ignored);
       putInPlace(picture, file);
       return {};
    }
-   std::filesystem::remove(picture, ignored);
+   std::filesystem::remove(pathOf(picture), ignored);
    putInPlace(source, text);
    switch (outcome) {
    case Drawing::kNoGraphviz:
@@ -179,7 +189,7 @@ std::string writePicture(const std::string& dot, const std::string& file, const 
       throw std::runtime_error("Graphviz took too long and was ended; " + text +
                                " has the text that it should have drawn");
    default:
-      throw std::runtime_error("Graphviz failed; " + text +
+      throw std::runtime_error("Graphviz failed" + why + "; " + text +
                                " has the text that it should have drawn");
    }
 }

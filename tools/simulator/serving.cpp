@@ -1,6 +1,9 @@
 #include "tools/simulator/serving.h"
 
+#include "tools/support/utf8_path.h"
+
 #include <cerrno>
+#include <iostream>
 #include <system_error>
 #include <utility>
 
@@ -15,9 +18,15 @@ std::string why()
 
 } // namespace
 
+void printReady(const std::string& line)
+{
+   if (!(std::cout << line << std::flush))
+      throw Failure(kBroken, "standard output cannot be written to: " + why());
+}
+
 LogFile::LogFile(const std::string& file)
    : file_(file)
-   , stream_(file, std::ios::binary)
+   , stream_(tools::pathOf(file), std::ios::binary)
 {
    if (!stream_) throw Failure(kWrongUse, "cannot write " + file_ + ": " + why());
 }

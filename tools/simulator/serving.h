@@ -19,12 +19,20 @@ class App;
 namespace zerova::simulator {
 
 // What one system alone can do, and what its help says of that.
+struct SystemHelp
+{
+   const char* endpointDir;
+   const char* footer;
+};
+SystemHelp helpOfSystem();
 void declareOptionsOfSystem(CLI::App& app, Invocation& in);
-const char* examples();
 // Throws Failure if this system cannot do what is asked.
 void requireThatSystemCan(const Invocation& in);
 // Serves, and returns what the program ends with.
 int serve(const Invocation& in, Topology topology);
+
+// The line of the endpoints, on standard output; throws Failure.
+void printReady(const std::string& line);
 
 class LogFile
 {

@@ -3,6 +3,7 @@
 #include "tools/simulator/calls.h"
 #include "tools/simulator/terminal_uri.h"
 #include "tools/support/near_name.h"
+#include "tools/support/utf8_path.h"
 
 #include <nlohmann/json.hpp>
 #include <toml++/toml.h>
@@ -596,7 +597,7 @@ ReadTopology readTopology(std::string_view text, const std::string& file)
 ReadTopology readTopologyFile(const std::string& file)
 {
    errno = 0;
-   std::ifstream stream(file, std::ios::binary);
+   std::ifstream stream(tools::pathOf(file), std::ios::binary);
    std::ostringstream text;
    // A folder opens, and fails when it is read; an empty file gives nothing, which is no failure.
    if (stream) text << stream.rdbuf();

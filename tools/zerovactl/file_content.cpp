@@ -3,7 +3,8 @@
 #include "tools/zerovactl/failure.h"
 #include "tools/zerovactl/shown_text.h"
 #include "tools/zerovactl/system.h"
-#include "tools/zerovactl/utf8_path.h"
+
+#include "tools/support/utf8_path.h"
 
 #include <algorithm>
 #include <array>
@@ -12,6 +13,8 @@
 #include <system_error>
 
 namespace zerovactl {
+
+using zerova::tools::pathOf;
 
 namespace {
 

@@ -1,7 +1,8 @@
 #include "tools/zerovactl/machine_settings.h"
 
 #include "tools/zerovactl/system.h"
-#include "tools/zerovactl/utf8_path.h"
+
+#include "tools/support/utf8_path.h"
 
 #include "platform/directory.h"
 #include "platform/settings_tree.h"
@@ -14,6 +15,9 @@
 #include <vector>
 
 namespace zerovactl {
+
+using zerova::tools::pathOf;
+using zerova::tools::textOf;
 
 namespace {
 

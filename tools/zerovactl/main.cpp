@@ -4,6 +4,8 @@
 #include "tools/zerovactl/output.h"
 #include "tools/zerovactl/system.h"
 
+#include "tools/support/process_start.h"
+
 #include <exception>
 
 namespace zerovactl {
@@ -56,7 +58,7 @@ int main(int argc, char** argv)
 {
    using namespace zerovactl;
    beginProcess();
-   const auto arguments = commandLine(argc, argv);
+   const auto arguments = zerova::tools::commandLine(argc, argv);
    Output output(asksForJson(arguments));
    return endOf(output, [&arguments] { return run(arguments); });
 }

@@ -3,9 +3,11 @@
 #include "tools/zerovactl/shown_text.h"
 
 #include <bit>
+#include <cstddef>
 #include <initializer_list>
 #include <map>
 #include <stdexcept>
+#include <unordered_map>
 #include <vector>
 
 namespace zerovactl {
@@ -200,9 +202,11 @@ public:
    Json structure(const Shape& shape, int depth)
    {
       Json members = Json::object();
-      for (;;) {
+      for (int count = 0;; ++count) {
          const int type = static_cast<int>(number(1));
          if (type == kStop) break;
+         // Each is looked for among those before it.
+         if (count == kMostMembers) throw std::runtime_error("a structure has too many members");
          const int id = static_cast<int>(number(2));
          std::string name = "#" + std::to_string(id);
          const Shape* of = &kPlain;
@@ -218,6 +222,7 @@ public:
 
 private:
    static constexpr int kDeepest = 64;
+   static constexpr int kMostMembers = 256;
 
    std::string_view take(std::size_t size)
    {
@@ -267,14 +272,30 @@ private:
    {
       const int keyType = static_cast<int>(number(1));
       const int valueType = static_cast<int>(number(1));
-      Json members = keyType == kString ? Json::object() : Json::array();
+      const Shape& element = shape.element ? *shape.element : kPlain;
+      if (keyType == kString) return textMap(valueType, element, depth);
+      Json members = Json::array();
       for (std::int64_t left = count(); left > 0; --left) {
          const Json key = value(keyType, kPlain, depth + 1);
-         Json one = value(valueType, shape.element ? *shape.element : kPlain, depth + 1);
-         if (keyType == kString)
-            members[key.get<std::string>()] = std::move(one);
+         members.push_back({key, value(valueType, element, depth + 1)});
+      }
+      return members;
+   }
+
+   // Of a key that comes again the last value counts. An object of JSON would look for each key among all.
+   Json textMap(int valueType, const Shape& element, int depth)
+   {
+      Json members = Json::object();
+      auto& object = members.get_ref<Json::object_t&>();
+      std::unordered_map<std::string, std::size_t> places;
+      for (std::int64_t left = count(); left > 0; --left) {
+         const auto key = value(kString, kPlain, depth + 1).get<std::string>();
+         Json one = value(valueType, element, depth + 1);
+         const auto [place, isNew] = places.emplace(key, object.size());
+         if (isNew)
+            object.push_back({key, std::move(one)});
          else
-            members.push_back({key, std::move(one)});
+            (object.begin() + static_cast<std::ptrdiff_t>(place->second))->second = std::move(one);
       }
       return members;
    }

@@ -2,7 +2,8 @@
 #include "tools/zerovactl/service_connection.h"
 #include "tools/zerovactl/shown_text.h"
 #include "tools/zerovactl/system.h"
-#include "tools/zerovactl/utf8_path.h"
+
+#include "tools/support/utf8_path.h"
 
 #include <algorithm>
 #include <array>
@@ -10,6 +11,8 @@
 #include <optional>
 
 namespace zerovactl {
+
+using zerova::tools::textOf;
 
 namespace {
 

@@ -3,12 +3,16 @@
 #include "tools/zerovactl/language.h"
 #include "tools/zerovactl/shown_text.h"
 #include "tools/zerovactl/text_file_check.h"
-#include "tools/zerovactl/utf8_path.h"
+
+#include "tools/support/utf8_path.h"
 
 #include <algorithm>
 #include <filesystem>
 
 namespace zerovactl {
+
+using zerova::tools::pathOf;
+using zerova::tools::textOf;
 
 namespace {
 

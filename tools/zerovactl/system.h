@@ -20,9 +20,6 @@ namespace zerovactl {
 // the process with its own status.
 void beginProcess();
 
-// What stands behind the program's name, in UTF-8.
-std::vector<std::string> commandLine(int argc, char** argv);
-
 enum class Stream
 {
    kOutput,

@@ -136,7 +136,8 @@ void CallTracer::tellCall(const TraceEvent& event, const Call& call, const Messa
    } else if (reply->members.contains("status")) {
       const Json& status = reply->members["status"];
       const Json text = status.is_object() ? status.value("description", Json("")) : Json("");
-      const std::string code = status.contains("code") ? status["code"].dump() : "without a code";
+      const std::string code =
+         status.contains("code") ? valueText(status["code"]) : "without a code";
       add("refused", status,
           "  REFUSED " + code + " " + cut(shown(text.is_string() ? text.get<std::string>() : "")),
           Colour::kBad);

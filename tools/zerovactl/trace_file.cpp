@@ -1,12 +1,15 @@
 #include "tools/zerovactl/failure.h"
 #include "tools/zerovactl/shown_text.h"
 #include "tools/zerovactl/trace_events.h"
-#include "tools/zerovactl/utf8_path.h"
+
+#include "tools/support/utf8_path.h"
 
 #include <cerrno>
 #include <system_error>
 
 namespace zerovactl {
+
+using zerova::tools::pathOf;
 
 namespace {
 

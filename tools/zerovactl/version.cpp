@@ -1,10 +1,13 @@
 #include "tools/zerovactl/commands.h"
 #include "tools/zerovactl/system.h"
-#include "tools/zerovactl/utf8_path.h"
+
+#include "tools/support/utf8_path.h"
 
 #include <system_error>
 
 namespace zerovactl {
+
+using zerova::tools::textOf;
 
 int showVersion(Context& context)
 {

@@ -112,6 +112,21 @@ class Use(Program):
         self.assertEqual((done.returncode, done.stderr.decode()),
                          (4, f"{SAID}standard output cannot be written to: No space left on device\n"))
 
+    def test_a_ready_line_that_cannot_be_written_is_told_at_once(self) -> None:
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([str(PROGRAM), str(BENCH), "--endpoint-dir", str(self.folder / "run"), "--stay"],
+                                  stdin=subprocess.DEVNULL, stdout=full, stderr=subprocess.PIPE, timeout=60, check=False)
+        self.assertEqual((done.returncode, done.stderr.decode()),
+                         (4, f"{SAID}standard output cannot be written to: No space left on device\n"))
+
+    def test_nothing_of_its_own_takes_the_place_of_a_closed_stream(self) -> None:
+        log = self.folder / "calls.jsonl"
+        words = f"exec {PROGRAM} {BENCH} --endpoint-dir {self.folder}/run --stay --log {log} <&- >&-"
+        done = subprocess.run(["sh", "-c", words], stderr=subprocess.PIPE, timeout=60, check=False)
+        self.assertEqual((done.returncode, done.stderr.decode()),
+                         (4, f"{SAID}standard output cannot be written to: Bad file descriptor\n"))
+        self.assertEqual(log.read_bytes(), b"")
+
     def test_a_closed_input_ends_it(self) -> None:
         words = f"exec {PROGRAM} {BENCH} --endpoint-dir {self.folder}/run <&-"
         done = subprocess.run(["sh", "-c", words], capture_output=True, timeout=60, check=False)
@@ -269,6 +284,12 @@ class Serving(Program):
         outcome = run(BENCH, "--endpoint-dir", self.folder / "run", "--ready-fd", 900)
         self.assertEqual(outcome, Outcome(2, "", f"{SAID}--ready-fd 900 cannot be written to: Bad file descriptor\n"))
 
+    def test_a_closed_descriptor_is_told_before_a_file_has_its_number(self) -> None:
+        log = self.folder / "calls.jsonl"
+        outcome = run(BENCH, "--endpoint-dir", self.folder / "run", "--log", log, "--ready-fd", 4)
+        self.assertEqual(outcome, Outcome(2, "", f"{SAID}--ready-fd 4 cannot be written to: Bad file descriptor\n"))
+        self.assertFalse(log.exists())
+
     def test_what_is_no_protocol_is_no_business_of_the_users(self) -> None:
         process = self.start()
         for sent in (b"\xff" * 64, b"GET / HTTP/1.0\r\n\r\n", b"\0\0\0\x04\x80\x02\0\1"):
@@ -370,6 +391,16 @@ class Picture(Program):
         self.assertEqual(outcome, Outcome(4, "", f"{SAID}Graphviz failed; {text} has the text that it should have "
                                                  "drawn\n"))
         self.assertTrue(text.read_text().startswith("digraph bench {"))
+
+    def test_that_graphviz_cannot_be_started_for_is_a_failure_that_leaves_the_text(self) -> None:
+        env = self.graphviz("exit 0")
+        (pathlib.Path(env["PATH"].split(":")[0]) / "dot").chmod(0o644)
+        outcome = run(BENCH, "--draw", self.folder / "bench.svg", env={"PATH": env["PATH"].split(":")[0]})
+        text = self.folder / "bench.dot"
+        self.assertEqual(outcome, Outcome(4, "", f"{SAID}Graphviz failed (cannot start dot: Permission denied); {text} has "
+                                                 "the text that it should have drawn\n"))
+        self.assertTrue(text.exists())
+        self.assertEqual(list(self.folder.glob("*.new")), [])
 
     def test_is_drawn_by_a_program_that_can_be_told_to_end(self) -> None:
         seen = self.folder / "seen"

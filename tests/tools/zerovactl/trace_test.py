@@ -159,15 +159,41 @@ class Record(bench.Case):
       self.assertEqual(bench.run("trace", "--read", "/no/such").all(),
                        (1, "", "zerovactl: /no/such: No such file or directory\n"))
 
-   def test_of_a_refusal_without_a_status_is_shown(self):
+   def told_of_a_reply(self, result):
+      """What is told of a call that a service answered so."""
       def event(kind, content=b""):
          return bytes(8) + (1).to_bytes(4, "big") + bytes([kind]) + len(content).to_bytes(4, "big") + content
       call = bench.reply("isDebug").replace(b"\x00\x02\x00", b"\x00\x01\x00")
-      number = b"\x08\x00\x01" + (7).to_bytes(4, "big")
       file = self.folder() / "bench.trace"
-      file.write_bytes(b"zerovactl trace 1\n" + event(2, call) + event(3, bench.reply("isDebug", number)))
-      self.assertEqual(bench.run("trace", "--read", str(file)).all(),
-                       (0, "00:00:00.000  #1  isDebug()  REFUSED without a code   0.00 ms\n", ""))
+      reply = bench.reply("isDebug", result)
+      parts = [reply[at:at + 65536] for at in range(0, len(reply), 65536)]
+      file.write_bytes(b"zerovactl trace 1\n" + event(2, call) + b"".join(event(3, part) for part in parts))
+      seen = bench.run("trace", "--read", str(file))
+      self.assertEqual((seen.status, seen.err), (0, ""))
+      return seen.out
+
+   def test_of_a_refusal_without_a_status_is_shown(self):
+      number = b"\x08\x00\x01" + (7).to_bytes(4, "big")
+      self.assertEqual(self.told_of_a_reply(number), "00:00:00.000  #1  isDebug()  REFUSED without a code   0.00 ms\n")
+
+   def test_of_a_refusal_whose_code_is_no_text_either_is_shown(self):
+      status = b"\x0c\x00\x01\x0b\x00\x01\x00\x00\x00\x01\xff\x00"
+      self.assertEqual(self.told_of_a_reply(status), '00:00:00.000  #1  isDebug()  REFUSED "\ufffd"   0.00 ms\n')
+
+   def test_of_a_map_of_a_great_many_keys_is_shown_soon(self):
+      count = 400000
+      entries = b"".join(bench.text(str(number)) + b"\0\0\0\1" for number in range(count))
+      answer = b"\x0d\x00\x00\x0b\x08" + count.to_bytes(4, "big") + entries
+      self.assertIn("isDebug() = {0: 1, 1: 1, 2: 1,", self.told_of_a_reply(answer))
+
+   def test_of_a_key_that_comes_again_shows_the_last_value(self):
+      answer = (b"\x0d\x00\x00\x0b\x08\0\0\0\3" + bench.text("a") + b"\0\0\0\1" + bench.text("b") + b"\0\0\0\2" +
+                bench.text("a") + b"\0\0\0\3")
+      self.assertIn("isDebug() = {a: 3, b: 2}", self.told_of_a_reply(answer))
+
+   def test_of_a_structure_of_too_many_members_is_told(self):
+      answer = b"".join(b"\x03" + number.to_bytes(2, "big") + b"\0" for number in range(300))
+      self.assertIn("answer: a structure has too many members", self.told_of_a_reply(answer))
 
    def test_on_a_full_disk_is_told_and_the_calls_go_on(self):
       seen = bench.run("trace", "--listen", "127.0.0.1:0", "--to", "x", "--record", "/dev/full")

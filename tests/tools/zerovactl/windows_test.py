@@ -2,6 +2,7 @@
 
 import json
 import re
+import subprocess
 import unittest
 
 import bench
@@ -97,6 +98,16 @@ class Texts(bench.Case):
       for seen in (bench.run("explain", f"@{file}"), bench.run("explain", "-", stdin=STATUS)):
          self.assertEqual((seen.status, seen.err), (0, ""))
          self.assertIn("Device  Gerät\n", seen.out)
+
+   def test_simulator_takes_files_of_any_name(self):
+      file = self.folder() / "Prüfstand 測定.toml"
+      file.write_bytes(bench.LABORATORY.read_bytes())
+      picture = file.with_suffix(".dot")
+      done = subprocess.run([*bench.EMULATOR, bench.SIMULATOR, file, "--draw", picture], capture_output=True,
+                            env=bench.environment(), timeout=bench.SOON, check=False)
+      self.assertEqual((done.returncode, done.stdout, done.stderr), (0, b"", b""))
+      self.assertTrue(picture.read_text(encoding="utf-8").startswith("digraph bench {"))
+      self.assertEqual(sorted(path.name for path in file.parent.iterdir()), sorted([file.name, picture.name]))
 
    def test_lines_end_as_everywhere(self):
       self.assertNotIn("\r", bench.run("explain", "-89168").out)

@@ -13,7 +13,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <iostream>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -84,17 +83,20 @@ private:
    int descriptor_;
 };
 
+[[noreturn]] void refuseReady(const Invocation& in)
+{
+   throw Failure(kWrongUse, "--ready-fd " + std::to_string(in.readyDescriptor) +
+                               " cannot be written to: " + std::generic_category().message(errno));
+}
+
 void tellReady(const Invocation& in, const std::string& line)
 {
    if (in.readyDescriptor >= 0) {
       const bool isWritten =
          ::write(in.readyDescriptor, line.data(), line.size()) == static_cast<ssize_t>(line.size());
-      if (!isWritten || ::close(in.readyDescriptor) != 0)
-         throw Failure(kWrongUse,
-                       "--ready-fd " + std::to_string(in.readyDescriptor) +
-                          " cannot be written to: " + std::generic_category().message(errno));
+      if (!isWritten || ::close(in.readyDescriptor) != 0) refuseReady(in);
    } else if (in.command.empty())
-      std::cout << line << std::flush;
+      printReady(line);
 }
 
 // Serves until the command has ended, or until a signal or the end of the input.
@@ -206,17 +208,26 @@ void declareOptionsOfSystem(CLI::App& app, Invocation& in)
       ->type_name("NUMBER");
 }
 
-const char* examples()
+SystemHelp helpOfSystem()
 {
-   return R"(Examples:
+   return {"Folder of the local endpoints (default: " ZEROVA_ENDPOINT_DIR
+           "; before a COMMAND: one that it alone sees)",
+           R"(Examples:
   zerova-simulator check bench.toml
   zerova-simulator bench.toml -- ./driver_test
   zerova-simulator bench.toml --fault 'method = "reserveRoute", after = 3, delay_ms = 250' -- ./driver_test
   zerova-simulator bench.toml --endpoint-dir /tmp/bench --log calls.jsonl
-  zerova-simulator bench.toml --draw bench.svg)";
+  zerova-simulator bench.toml --draw bench.svg
+
+Exit status: that of COMMAND; else 0 done, 2 wrong use or a wrong file, 3 an endpoint cannot be had,
+4 a file cannot be written, 5 check or --replay found something, 130 Ctrl-C.)"};
 }
 
-void requireThatSystemCan(const Invocation&) {} // all of it
+// Asked before a file or a socket of ours can have that number.
+void requireThatSystemCan(const Invocation& in)
+{
+   if (in.readyDescriptor >= 0 && ::fcntl(in.readyDescriptor, F_GETFD) < 0) refuseReady(in);
+}
 
 int serve(const Invocation& in, Topology topology)
 {

@@ -1,5 +1,7 @@
 #include "tools/simulator/graphviz.h"
 
+#include "tools/support/windows/wide_text.h"
+
 #include <windows.h>
 
 #include <process.h>
@@ -15,10 +17,10 @@ Drawing drawByGraphviz(const std::string& text, const std::string& picture,
 {
    constexpr DWORD kLookEveryMs = 50;
    // What is started gets the words as one text, and takes it apart at blanks.
-   const std::string to = "-o\"" + picture + "\"";
-   const std::string from = "\"" + text + "\"";
+   const std::wstring to = tools::widened("-o\"" + picture + "\"");
+   const std::wstring from = tools::widened("\"" + text + "\"");
    const intptr_t started =
-      _spawnlp(_P_NOWAIT, "dot", "dot", "-Tsvg", to.c_str(), from.c_str(), nullptr);
+      _wspawnlp(_P_NOWAIT, L"dot", L"dot", L"-Tsvg", to.c_str(), from.c_str(), nullptr);
    if (started == -1 && errno == ENOENT) return Drawing::kNoGraphviz;
    if (started == -1)
       throw std::runtime_error("cannot start dot: " + std::generic_category().message(errno));

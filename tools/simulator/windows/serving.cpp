@@ -5,7 +5,6 @@
 #include <CLI/CLI.hpp>
 
 #include <atomic>
-#include <iostream>
 #include <thread>
 #include <utility>
 
@@ -19,7 +18,7 @@ std::atomic<bool> isInterrupted = false;
 
 BOOL WINAPI noteThatAnEndIsAsked(DWORD how)
 {
-   isInterrupted = how == CTRL_C_EVENT;
+   isInterrupted = how == CTRL_C_EVENT || how == CTRL_BREAK_EVENT;
    return SetEvent(asked);
 }
 
@@ -27,8 +26,12 @@ void readInput()
 {
    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
    char ignored[256];
-   DWORD count = 1;
-   while (ReadFile(input, ignored, sizeof ignored, &count, nullptr) && count > 0) {
+   DWORD count = 0;
+   for (;;) {
+      SetLastError(ERROR_SUCCESS);
+      if (!ReadFile(input, ignored, sizeof ignored, &count, nullptr)) break;
+      // A console ends a read at Ctrl-C, too, which is told in another way.
+      if (count == 0 && GetLastError() != ERROR_OPERATION_ABORTED) break;
    }
    SetEvent(asked);
 }
@@ -37,16 +40,20 @@ void readInput()
 
 void declareOptionsOfSystem(CLI::App&, Invocation&) {}
 
-const char* examples()
+SystemHelp helpOfSystem()
 {
-   return R"(Examples:
+   return {"Name in front of those of the pipes (default: " ZEROVA_ENDPOINT_DIR ", the library's)",
+           R"(Examples:
   zerova-simulator check bench.toml
   zerova-simulator bench.toml --fault "method = 'reserveRoute', after = 3, delay_ms = 250"
   zerova-simulator bench.toml --endpoint-dir bench --log calls.jsonl
   zerova-simulator bench.toml --draw bench.dot
 
 On this system it starts no COMMAND behind "--", has no --ready-fd, and serves at the named pipes
-\\.\pipe\com.zerova and com.zerova.immediate, which belong to one simulator at a time.)";
+\\.\pipe\com.zerova and com.zerova.immediate, which belong to one simulator at a time.
+
+Exit status: 0 done, 2 wrong use or a wrong file, 3 an endpoint cannot be had, 4 a file cannot be
+written, 5 check or --replay found something, 130 Ctrl-C or Ctrl-Break.)"};
 }
 
 void requireThatSystemCan(const Invocation& in)
@@ -67,7 +74,7 @@ int serve(const Invocation& in, Topology topology)
    service.watch(reinterpret_cast<test::NativeHandle>(asked), [&service] { service.stop(); });
    // It reads until the process ends, so the event stays.
    if (!in.stays) std::thread(readInput).detach();
-   std::cout << simulation.readyLine() << std::flush;
+   printReady(simulation.readyLine());
    if (!simulation.run()) return kBroken;
    return isInterrupted ? kInterrupted : kDone;
 }

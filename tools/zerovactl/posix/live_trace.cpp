@@ -11,7 +11,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <exception>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -35,32 +37,45 @@ public:
 
    void take(const TraceEvent& event)
    {
+      const std::lock_guard lock(mutex_);
       try {
          if (writer_) writer_->write(event);
-      } catch (const Failure& failure) {
+      } catch (const std::exception& failure) {
          writer_.reset();
          keep(failure);
       }
       try {
          if (tells_) tracer_.take(event);
-      } catch (const Failure& failure) {
-         tells_ = false;
-         keep(failure);
       } catch (const ReaderGone&) {
          tells_ = false;
+      } catch (const std::exception& failure) {
+         tells_ = false;
+         keep(failure);
       }
    }
 
+   // While events may come.
+   void say(const std::string& text)
+   {
+      const std::lock_guard lock(mutex_);
+      output_.message(text);
+   }
+
    // What the command ends with.
-   int exitStatus(int status) const { return hasFailed_ && status == kDone ? kFailed : status; }
+   int exitStatus(int status) const
+   {
+      const std::lock_guard lock(mutex_);
+      return hasFailed_ && status == kDone ? kFailed : status;
+   }
 
 private:
-   void keep(const Failure& failure)
+   void keep(const std::exception& failure)
    {
       hasFailed_ = true;
       output_.message(failure.what());
    }
 
+   mutable std::mutex mutex_;
    Output& output_;
    CallTracer tracer_;
    std::optional<TraceWriter> writer_;
@@ -76,16 +91,6 @@ std::string newFolder()
    return path;
 }
 
-// While it lives a closed pipe ends the process again, and a command that is started then.
-class DefaultPipeSignal
-{
-public:
-   DefaultPipeSignal() { std::signal(SIGPIPE, SIG_DFL); }
-   ~DefaultPipeSignal() { std::signal(SIGPIPE, SIG_IGN); }
-   DefaultPipeSignal(const DefaultPipeSignal&) = delete;
-   DefaultPipeSignal& operator=(const DefaultPipeSignal&) = delete;
-};
-
 } // namespace
 
 int traceConnections(Context& context, const TraceOptions& options)
@@ -94,8 +99,8 @@ int traceConnections(Context& context, const TraceOptions& options)
    Telling telling(context.output, options.record);
    EndRequest end(EndRequest::Input::kWatched);
    const Relay relay({pair}, [&](const TraceEvent& event) { telling.take(event); });
-   context.output.message("listening at " + shown(relay.places().front()) + ", handing on to " +
-                          shown(options.to) + "; Ctrl-C ends it");
+   telling.say("listening at " + shown(relay.places().front()) + ", handing on to " +
+               shown(options.to) + "; Ctrl-C ends it");
    EndRequest::Cause cause = EndRequest::Cause::kNone;
    while (cause == EndRequest::Cause::kNone)
       cause = end.wait(std::chrono::hours(1));
@@ -118,7 +123,6 @@ int traceCommand(Context& context, const TraceOptions& options)
    relay.emplace(pairs, [&](const TraceEvent& event) { telling.take(event); });
    std::unique_ptr<PrivateEndpoint> command;
    try {
-      const DefaultPipeSignal meanwhile; // for the command, which inherits it
       command = std::make_unique<PrivateEndpoint>(folder.path().string(), endpointFolder(),
                                                   options.command);
    } catch (const zerova::tools::NamespaceRefused& refused) {

@@ -2,6 +2,8 @@
 
 #include "tools/zerovactl/failure.h"
 
+#include "tools/support/process_start.h"
+
 #include "platform/directory.h"
 #include "zerovaapi.h"
 
@@ -57,15 +59,7 @@ constexpr int kEndSignals[] = {SIGINT, SIGTERM, SIGHUP};
 void beginProcess()
 {
    std::signal(SIGPIPE, SIG_IGN);
-   // Opened the wrong way round, so that who reads or writes there is told.
-   for (int number = STDIN_FILENO; number <= STDERR_FILENO; ++number)
-      if (fcntl(number, F_GETFD) < 0 && errno == EBADF)
-         static_cast<void>(open("/dev/null", number == STDIN_FILENO ? O_WRONLY : O_RDONLY));
-}
-
-std::vector<std::string> commandLine(int argc, char** argv)
-{
-   return {argv + std::min(argc, 1), argv + argc};
+   zerova::tools::holdStandardStreams();
 }
 
 bool isTerminal(Stream stream)

@@ -1,10 +1,12 @@
 #include "tools/zerovactl/system.h"
 
-#include "tools/zerovactl/utf8_path.h"
+#include "tools/support/utf8_path.h"
 
 #include <windows.h>
 
 namespace zerovactl {
+
+using zerova::tools::pathOf;
 
 namespace {
 

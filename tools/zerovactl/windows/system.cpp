@@ -1,7 +1,8 @@
 #include "tools/zerovactl/system.h"
 
 #include "tools/zerovactl/failure.h"
-#include "tools/zerovactl/utf8_path.h"
+
+#include "tools/support/windows/wide_text.h"
 
 #include "platform/failure_text.h"
 
@@ -16,9 +17,10 @@
 
 #include <windows.h>
 
-#include <shellapi.h>
-
 namespace zerovactl {
+
+using zerova::tools::narrowed;
+using zerova::tools::widened;
 
 namespace {
 
@@ -31,25 +33,6 @@ bool isConsole(HANDLE handle)
 {
    DWORD mode = 0;
    return GetConsoleMode(handle, &mode) != FALSE;
-}
-
-std::wstring widened(std::string_view text)
-{
-   const int size = static_cast<int>(text.size());
-   const int count = MultiByteToWideChar(CP_UTF8, 0, text.data(), size, nullptr, 0);
-   std::wstring wide(static_cast<std::size_t>(count), L'\0');
-   MultiByteToWideChar(CP_UTF8, 0, text.data(), size, wide.data(), count);
-   return wide;
-}
-
-std::string narrowed(std::wstring_view wide)
-{
-   const int size = static_cast<int>(wide.size());
-   const int count =
-      WideCharToMultiByte(CP_UTF8, 0, wide.data(), size, nullptr, 0, nullptr, nullptr);
-   std::string text(static_cast<std::size_t>(count), '\0');
-   WideCharToMultiByte(CP_UTF8, 0, wide.data(), size, text.data(), count, nullptr, nullptr);
-   return text;
 }
 
 // Of the one EndRequest that there may be; the system's handler is given nothing of ours.
@@ -74,9 +57,13 @@ BOOL WINAPI onControl(DWORD event)
 void readInputUntilItsEnd(HANDLE ended)
 {
    char bytes[256];
-   DWORD count = 1;
+   DWORD count = 0;
    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-   while (ReadFile(input, bytes, sizeof bytes, &count, nullptr) && count > 0) {
+   for (;;) {
+      SetLastError(ERROR_SUCCESS);
+      if (!ReadFile(input, bytes, sizeof bytes, &count, nullptr)) break;
+      // A console ends a read at Ctrl-C, too, which is told in another way.
+      if (count == 0 && GetLastError() != ERROR_OPERATION_ABORTED) break;
    }
    SetEvent(ended);
 }
@@ -125,17 +112,6 @@ std::filesystem::path pathOfModule(HMODULE module)
 void beginProcess()
 {
    SetConsoleCtrlHandler(onControl, TRUE);
-}
-
-std::vector<std::string> commandLine(int, char**)
-{
-   int count = 0;
-   wchar_t** const all = CommandLineToArgvW(GetCommandLineW(), &count);
-   std::vector<std::string> arguments;
-   for (int i = 1; all && i < count; ++i)
-      arguments.push_back(narrowed(all[i]));
-   LocalFree(all);
-   return arguments;
 }
 
 bool isTerminal(Stream stream)

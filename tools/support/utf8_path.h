@@ -1,11 +1,11 @@
 // Paths as UTF-8 texts, which they are not on every system.
-#ifndef TOOLS_ZEROVACTL_UTF8_PATH_H
-#define TOOLS_ZEROVACTL_UTF8_PATH_H
+#ifndef TOOLS_SUPPORT_UTF8_PATH_H
+#define TOOLS_SUPPORT_UTF8_PATH_H
 
 #include <filesystem>
 #include <string>
 
-namespace zerovactl {
+namespace zerova::tools {
 
 inline std::filesystem::path pathOf(const std::string& text)
 {
@@ -18,6 +18,6 @@ inline std::string textOf(const std::filesystem::path& path)
    return {text.begin(), text.end()};
 }
 
-} // namespace zerovactl
+} // namespace zerova::tools
 
 #endif
