@@ -133,6 +133,8 @@ void Conversations::end(Client& client)
    client.hasEnded = true;
    silent_.erase(client.id);
    held_ -= client.in.size();
+   if (client.isWaiting)
+      std::erase_if(delayed_, [&](const auto& one) { return one.second == client.id; });
    if (client.endpoint != Endpoint::kLocator) {
       bench_.endConnection(client.id);
       plan_.forget(client.id);
@@ -305,10 +307,9 @@ void Conversations::sendDelayedAnswers()
    while (!delayed_.empty() && delayed_.begin()->first <= Clock::now()) {
       const ConnectionId id = delayed_.begin()->second;
       delayed_.erase(delayed_.begin());
-      const auto found = clients_.find(id);
-      if (found == clients_.end()) continue;
-      found->second->isWaiting = false;
-      send(*found->second);
+      Client& client = *clients_.at(id);
+      client.isWaiting = false;
+      send(client);
    }
 }
 

@@ -28,6 +28,8 @@ using test::Listener;
 // Descriptors that the program needs beside those of its clients.
 constexpr std::size_t kOwnDescriptors = 64;
 constexpr int kBacklog = 1024;
+// How many are accepted before others have their turn again.
+constexpr int kMostAtOnce = 64;
 // How long nobody is accepted when the system has no descriptors left, unless a connection ends.
 constexpr std::chrono::milliseconds kPause{100};
 
@@ -176,7 +178,7 @@ private:
 
    void acceptAll(const Listening& listening)
    {
-      while (!pausedUntil_) {
+      for (int left = kMostAtOnce; left > 0 && !pausedUntil_; --left) {
          const int descriptor =
             ::accept4(listening.descriptor(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
          if (descriptor < 0) {
