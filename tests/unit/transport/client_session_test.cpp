@@ -199,28 +199,26 @@ bool comesWithin(zerova::AnswerWatch& watch, std::chrono::seconds limit)
    return false;
 }
 
+void expectWatchTellsOfTheAnswer(zerova::ClientSession& session)
+{
+   const auto watch = zerova::watchOf(*session.transport);
+   EXPECT_FALSE(watch->hasCome());
+   session.client.send_isDebug();
+   EXPECT_TRUE(comesWithin(*watch, std::chrono::seconds(60)));
+   EXPECT_TRUE(session.client.recv_isDebug());
+   EXPECT_FALSE(watch->hasCome());
+}
+
 TEST(AnswerWatch, OfALocalSessionTellsWhenAnAnswerHasCome)
 {
    LocalPeer service(answering(zerova::test::boolReply("isDebug", true)));
-   const auto session = openClientSession(service.name, "");
-   const auto watch = zerova::watchOf(*session->transport);
-   EXPECT_FALSE(watch->hasCome());
-   session->client.send_isDebug();
-   EXPECT_TRUE(comesWithin(*watch, std::chrono::seconds(60)));
-   EXPECT_TRUE(session->client.recv_isDebug());
-   EXPECT_FALSE(watch->hasCome());
+   expectWatchTellsOfTheAnswer(*openClientSession(service.name, ""));
 }
 
 TEST(AnswerWatch, OfARemoteSessionTellsWhenAnAnswerHasCome)
 {
    RemotePeer remote(answering(zerova::test::boolReply("isDebug", true)));
-   const auto session = openClientSession("", remote.host());
-   const auto watch = zerova::watchOf(*session->transport);
-   EXPECT_FALSE(watch->hasCome());
-   session->client.send_isDebug();
-   EXPECT_TRUE(comesWithin(*watch, std::chrono::seconds(60)));
-   EXPECT_TRUE(session->client.recv_isDebug());
-   EXPECT_FALSE(watch->hasCome());
+   expectWatchTellsOfTheAnswer(*openClientSession("", remote.host()));
 }
 
 TEST(AnswerWatch, OfASessionThatIsClosedLeavesTheRestToTheRead)
