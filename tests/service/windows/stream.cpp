@@ -38,6 +38,12 @@ bool startWriting(NativeHandle handle, std::string_view bytes, Transfer& transfe
           0;
 }
 
+// Wine may tell of a reset as of a stream that was closed. Of the two, a closed one takes what is sent.
+bool isReset(NativeHandle handle)
+{
+   return isSocket(handle) && send(static_cast<SOCKET>(handle), "", 0, 0) == SOCKET_ERROR;
+}
+
 } // namespace
 
 std::string buildEndpointDir()
@@ -130,8 +136,10 @@ std::size_t Stream::read(char* buffer, std::size_t length, const StopSignal& sto
    Transfer transfer;
    if (!transfer.wait(handleOf(handle_), startReading(handle_, buffer, length, transfer), stop))
       end_ = StreamEnd::kStopped;
-   else if (transfer.failure() != 0 || transfer.count() == 0)
+   else if (transfer.failure() != 0)
       endWith(static_cast<int>(transfer.failure()));
+   else if (transfer.count() == 0)
+      endWith(isReset(handle_) ? WSAECONNRESET : 0);
    else
       return transfer.count();
    return 0;
