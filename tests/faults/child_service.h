@@ -16,6 +16,7 @@ enum class ChildScript
    answering, // every call as it would succeed
    refusing,  // the version, at once and for good, with kRefusalOfAChild
    breaking,  // accepts the version, receives one call and closes
+   silent,    // accepts the version, receives one call and tells of it instead of answering
    touring    // answers as tour_service.h says
 };
 
@@ -33,6 +34,7 @@ public:
    explicit ChildService(ChildScript script, const std::string& address = "");
 
    void start();
+   bool waitForCall() { return process_.waitToBeTold(); } // of a silent one
    void freeze() { process_.freeze(); }
    void kill() { process_.kill(); }
 

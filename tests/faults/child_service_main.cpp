@@ -1,6 +1,6 @@
 // The program of a ChildService: SCRIPT ADDRESS, both as that tells them. It begins to serve at the
 // first byte of its input, tells by a byte of its output that it does, and ends with its input. Without
-// them it tells how many descriptors it has been given.
+// SCRIPT and ADDRESS it tells how many descriptors it has been given.
 #include "faults/child_service.h"
 #include "hosts/tour_service.h"
 #include "service/locator_peer.h"
@@ -16,6 +16,12 @@ namespace {
 
 using namespace zerova::test;
 
+void tell()
+{
+   std::putchar('s');
+   std::fflush(stdout);
+}
+
 Script scriptOf(ChildScript script)
 {
    switch (script) {
@@ -28,6 +34,8 @@ Script scriptOf(ChildScript script)
       });
    case ChildScript::breaking:
       return Script().acceptVersion().receive().close();
+   case ChildScript::silent:
+      return Script().acceptVersion().receive().call(tell).hold();
    case ChildScript::touring:
       return tourService();
    }
@@ -44,8 +52,7 @@ void serve(const Script& script, const std::string& address)
       remote.emplace(Listener::tcp(address), script);
       locator.emplace(address, mappingReply(remote->port()));
    }
-   std::putchar('s');
-   std::fflush(stdout);
+   tell();
    std::getchar();
 }
 

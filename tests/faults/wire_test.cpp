@@ -73,6 +73,18 @@ TEST_P(WireOfEveryCall, ReplyThatIsCutAnywhereIsACommunicationsFault)
    }
 }
 
+TEST_P(WireOfEveryCall, ConnectionThatIsResetIsACommunicationsFault)
+{
+   const EndpointPeer peer(endpoint, {Script().acceptVersion().receive().reset()});
+   CheckedStatus status;
+   const zerovaapi_Session session = peer.connect(status);
+   ASSERT_NE(session, nullptr) << status.json();
+   EXPECT_EQ(call.call(session, status), call.failure);
+   EXPECT_EQ(status.code(), -52024);
+   EXPECT_THAT(status.json(), HasSubstr(R"("Thrift::TTransportException":")"));
+   zerovaapi_destroySession(session);
+}
+
 TEST_P(WireOfEveryCall, ReplyThatComesByteByByteIsTheReply)
 {
    expectTwoAnswers(Script().acceptVersion().receive().trickle(reply));
