@@ -17,6 +17,7 @@ enum class ChildScript
    refusing,  // the version, at once and for good, with kRefusalOfAChild
    breaking,  // accepts the version, receives one call and closes
    silent,    // accepts the version, receives one call and tells of it instead of answering
+   resting,   // accepts the version, answers one call as it would succeed and tells of that
    touring    // answers as tour_service.h says
 };
 
@@ -34,7 +35,8 @@ public:
    explicit ChildService(ChildScript script, const std::string& address = "");
 
    void start();
-   bool waitForCall() { return process_.waitToBeTold(); } // of a silent one
+   // Until a silent or resting one has told of its call. False: it has ended.
+   bool waitForCall() { return process_.waitToBeTold(); }
    void freeze() { process_.freeze(); }
    void kill() { process_.kill(); }
 

@@ -22,12 +22,21 @@ void tell()
    std::fflush(stdout);
 }
 
+// Leaves the connection alone from now on: Wine may keep one that is being read when its process is
+// killed, and its client then waits for ever.
+void tellAndRest()
+{
+   tell();
+   while (std::getchar() != EOF) {
+   }
+}
+
 Script scriptOf(ChildScript script)
 {
+   const auto plain = [](const std::string& frame) { return plainReply(methodOf(frame)); };
    switch (script) {
    case ChildScript::answering:
-      return Script().answerAll(
-         [](const std::string& frame) { return plainReply(methodOf(frame)); });
+      return Script().answerAll(plain);
    case ChildScript::refusing:
       return Script().answerAll([](const std::string&) {
          return statusReply("version", kRefusalOfAChild, R"({"why":"too old"})");
@@ -35,7 +44,9 @@ Script scriptOf(ChildScript script)
    case ChildScript::breaking:
       return Script().acceptVersion().receive().close();
    case ChildScript::silent:
-      return Script().acceptVersion().receive().call(tell).hold();
+      return Script().acceptVersion().receive().call(tellAndRest);
+   case ChildScript::resting:
+      return Script().acceptVersion().answer(plain).call(tellAndRest);
    case ChildScript::touring:
       return tourService();
    }

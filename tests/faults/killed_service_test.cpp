@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <future>
-#include <memory>
 #include <string>
 #include <thread>
 
@@ -28,8 +27,6 @@ protected:
    }
 
    LoopbackAddress host;
-   std::unique_ptr<ChildService> service =
-      std::make_unique<ChildService>(ChildScript::answering, host.text());
 };
 
 INSTANTIATE_TEST_SUITE_P(All, KilledService, testing::Values(Endpoint::local, Endpoint::tcp),
@@ -50,12 +47,14 @@ std::thread blockedThread(Action action)
 
 TEST_P(KilledService, BetweenCallsIsACommunicationsFaultAndItsSuccessorIsFound)
 {
-   service->start();
+   ChildService service(ChildScript::resting, host.text());
+   service.start();
    CheckedStatus status;
    const zerovaapi_Session session = connect(status);
    ASSERT_NE(session, nullptr) << status.json();
    EXPECT_EQ(zerovaapi_getSystemChangeNumber(session, status), 7);
-   service->kill();
+   EXPECT_TRUE(service.waitForCall());
+   service.kill();
    for (const ServiceCall& call : serviceCalls()) {
       SCOPED_TRACE(call.method);
       CheckedStatus failed;
@@ -78,15 +77,15 @@ TEST_P(KilledService, DuringACallIsACommunicationsFault)
 {
    for (const ServiceCall& call : serviceCalls()) {
       SCOPED_TRACE(call.method);
-      service = std::make_unique<ChildService>(ChildScript::silent, host.text());
-      service->start();
+      ChildService service(ChildScript::silent, host.text());
+      service.start();
       CheckedStatus status;
       const zerovaapi_Session session = connect(status);
       ASSERT_NE(session, nullptr) << status.json();
       std::string told;
       std::thread client = blockedThread([&] { told = call.call(session, status); });
-      EXPECT_TRUE(service->waitForCall()); // Wine may keep a connection that dies with bytes unread
-      service->kill();
+      EXPECT_TRUE(service.waitForCall());
+      service.kill();
       client.join();
       EXPECT_EQ(told, call.failure);
       EXPECT_EQ(status.code(), -52024);
@@ -97,13 +96,14 @@ TEST_P(KilledService, DuringACallIsACommunicationsFault)
 
 TEST_P(KilledService, WhileASessionBeginsIsAnAttemptThatIsMadeAgain)
 {
-   service->start();
+   ChildService service(ChildScript::answering, host.text());
+   service.start();
    ChildService successor(ChildScript::answering, host.text());
-   service->freeze();
+   service.freeze();
    CheckedStatus status;
    zerovaapi_Session session = nullptr;
    std::thread client = blockedThread([&] { session = connect(status); });
-   service->kill();
+   service.kill();
    successor.start();
    client.join();
    ASSERT_NE(session, nullptr) << status.json();
