@@ -2,12 +2,12 @@
 #include "service/checked_status.h"
 #include "service/wire_bytes.h"
 #include "support/matches_pattern.h"
+#include "support/starting_line.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <barrier>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -212,14 +212,14 @@ TEST_F(Terminals, EachFailureHasALineOfItsOwn)
 TEST_F(Terminals, MayBeReadByManyThreadsAtOnce)
 {
    constexpr int kThreads = 4;
-   std::barrier start(kThreads);
+   StartingLine start(kThreads);
    std::vector<int> found(kThreads, 0);
    std::vector<std::thread> threads;
    for (int& count : found)
       threads.emplace_back([&] {
          quelerr_Status own;
          quelerr_heapStatus_init(&own);
-         start.arrive_and_wait();
+         start.wait();
          for (int round = 0; round < 100; ++round) {
             const char* const value = text("text", &own);
             if (value && std::string(value) == "value" && flag("flag", &own)) ++count;

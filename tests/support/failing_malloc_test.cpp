@@ -89,13 +89,13 @@ TEST(FailingMalloc, OtherThreadsAreLeftAlone)
    std::atomic<bool> mayStart = false;
    bool result = false;
    std::thread other([&] {
-      mayStart.wait(false);
+      while (!mayStart)
+         std::this_thread::yield();
       result = succeeds();
    });
    {
       FailingMalloc failing(0, FailingMalloc::Then::failAlways);
       mayStart = true;
-      mayStart.notify_one();
       other.join();
    }
    EXPECT_TRUE(result);

@@ -2,12 +2,12 @@
 
 #include "service/loopback_address.h"
 #include "support/open_descriptors.h"
+#include "support/starting_line.h"
 #include "unit/transport/connected_socket.h"
 #include "unit/transport/descriptors.h"
 #include "unit/transport/system_faults.h"
 
 #include <atomic>
-#include <barrier>
 #include <climits>
 #include <future>
 #include <gtest/gtest.h>
@@ -75,13 +75,13 @@ TEST(SocketStart, ManyThreadsMayStartAndStopAtOnce)
 TEST(SocketStart, OfThreadsThatStartAtOnceOneMakesTheWakeSocket)
 {
    constexpr int kThreads = 8;
-   std::barrier start(kThreads);
+   StartingLine start(kThreads);
    {
       const faults::SlowWakeSockets sockets;
       std::vector<std::future<bool>> threads;
       for (int i = 0; i < kThreads; ++i)
          threads.push_back(std::async(std::launch::async, [&] {
-            start.arrive_and_wait();
+            start.wait();
             return sockInit();
          }));
       for (auto& thread : threads)

@@ -1,9 +1,10 @@
 #include "platform/clock.h"
 
+#include "support/starting_line.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <barrier>
 #include <thread>
 #include <vector>
 
@@ -22,12 +23,12 @@ TEST(Clock, NeverGoesBack)
 TEST(Clock, TickIsTheSameForThreadsThatAskAtOnce)
 {
    constexpr int kThreads = 8;
-   std::barrier start(kThreads);
+   StartingLine start(kThreads);
    std::vector<int64_t> ticks(kThreads);
    std::vector<std::thread> threads;
    for (int64_t& tick : ticks)
       threads.emplace_back([&] {
-         start.arrive_and_wait();
+         start.wait();
          tick = platform::clockTickMs();
       });
    for (std::thread& thread : threads)
