@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -82,6 +84,28 @@ TEST_P(WireOfEveryCall, ConnectionThatIsResetIsACommunicationsFault)
    EXPECT_EQ(call.call(session, status), call.failure);
    EXPECT_EQ(status.code(), -52024);
    EXPECT_THAT(status.json(), HasSubstr(R"("Thrift::TTransportException":")"));
+   zerovaapi_destroySession(session);
+}
+
+TEST_P(WireOfEveryCall, ConnectionThatEndsWithTheCallUnreadIsACommunicationsFault)
+{
+   const ThreadNumber client = ownThreadNumber();
+   std::atomic<bool> wasBlocked = false;
+   std::promise<void> begin;
+   const std::future<void> begun = begin.get_future();
+   const auto waitForCall = [&] {
+      begun.wait_for(std::chrono::seconds(30)); // the session has been waiting, too
+      wasBlocked = waitUntilBlocked(client);
+   };
+   const EndpointPeer peer(endpoint, {Script().acceptVersion().call(waitForCall).close()});
+   CheckedStatus status;
+   const zerovaapi_Session session = peer.connect(status);
+   ASSERT_NE(session, nullptr) << status.json();
+   begin.set_value();
+   EXPECT_EQ(call.call(session, status), call.failure);
+   EXPECT_EQ(status.code(), -52024);
+   EXPECT_THAT(status.json(), HasSubstr(R"("Thrift::TTransportException":")"));
+   EXPECT_TRUE(wasBlocked);
    zerovaapi_destroySession(session);
 }
 
