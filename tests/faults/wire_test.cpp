@@ -12,9 +12,11 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -42,6 +44,20 @@ protected:
          EXPECT_EQ(call.call(session, status), call.success);
          EXPECT_EQ(status.code(), 0) << status.json();
       }
+      zerovaapi_destroySession(session);
+   }
+
+   // Makes the call, and prepare() just before, on a service that breaks the connection by script.
+   void expectBroken(Script script, const std::function<void()>& prepare)
+   {
+      const EndpointPeer peer(endpoint, {std::move(script)});
+      CheckedStatus status;
+      const zerovaapi_Session session = peer.connect(status);
+      ASSERT_NE(session, nullptr) << status.json();
+      prepare();
+      EXPECT_EQ(call.call(session, status), call.failure);
+      EXPECT_EQ(status.code(), -52024);
+      EXPECT_THAT(status.json(), HasSubstr(R"("Thrift::TTransportException":")"));
       zerovaapi_destroySession(session);
    }
 };
@@ -77,14 +93,7 @@ TEST_P(WireOfEveryCall, ReplyThatIsCutAnywhereIsACommunicationsFault)
 
 TEST_P(WireOfEveryCall, ConnectionThatIsResetIsACommunicationsFault)
 {
-   const EndpointPeer peer(endpoint, {Script().acceptVersion().receive().reset()});
-   CheckedStatus status;
-   const zerovaapi_Session session = peer.connect(status);
-   ASSERT_NE(session, nullptr) << status.json();
-   EXPECT_EQ(call.call(session, status), call.failure);
-   EXPECT_EQ(status.code(), -52024);
-   EXPECT_THAT(status.json(), HasSubstr(R"("Thrift::TTransportException":")"));
-   zerovaapi_destroySession(session);
+   expectBroken(Script().acceptVersion().receive().reset(), [] {});
 }
 
 TEST_P(WireOfEveryCall, ConnectionThatEndsWithTheCallUnreadIsACommunicationsFault)
@@ -97,16 +106,8 @@ TEST_P(WireOfEveryCall, ConnectionThatEndsWithTheCallUnreadIsACommunicationsFaul
       begun.wait_for(std::chrono::seconds(30)); // the session has been waiting, too
       wasBlocked = waitUntilBlocked(client);
    };
-   const EndpointPeer peer(endpoint, {Script().acceptVersion().call(waitForCall).close()});
-   CheckedStatus status;
-   const zerovaapi_Session session = peer.connect(status);
-   ASSERT_NE(session, nullptr) << status.json();
-   begin.set_value();
-   EXPECT_EQ(call.call(session, status), call.failure);
-   EXPECT_EQ(status.code(), -52024);
-   EXPECT_THAT(status.json(), HasSubstr(R"("Thrift::TTransportException":")"));
+   expectBroken(Script().acceptVersion().call(waitForCall).close(), [&] { begin.set_value(); });
    EXPECT_TRUE(wasBlocked);
-   zerovaapi_destroySession(session);
 }
 
 TEST_P(WireOfEveryCall, ReplyThatComesByteByByteIsTheReply)

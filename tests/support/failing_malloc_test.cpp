@@ -1,11 +1,11 @@
 #include "support/failing_malloc.h"
 
 #include "support/scratch_folder.h"
+#include "support/starting_line.h"
 
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -86,16 +86,15 @@ TEST(FailingMalloc, FailedReallocLeavesTheBlock)
 
 TEST(FailingMalloc, OtherThreadsAreLeftAlone)
 {
-   std::atomic<bool> mayStart = false;
+   StartingLine start(2);
    bool result = false;
    std::thread other([&] {
-      while (!mayStart)
-         std::this_thread::yield();
+      start.wait();
       result = succeeds();
    });
    {
       FailingMalloc failing(0, FailingMalloc::Then::failAlways);
-      mayStart = true;
+      start.wait();
       other.join();
    }
    EXPECT_TRUE(result);

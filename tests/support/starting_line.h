@@ -5,9 +5,9 @@
 #include <atomic>
 #include <thread>
 
-// Holds each thread that comes until all have come. Not std::barrier: where a system has no call that waits
-// for a value, libstdc++ 12 holds no lock between its last look at the value and its sleep, and a wake-up
-// that comes between is lost.
+// Holds each thread that comes until all have come. Not std::barrier: where a system has no call
+// that waits for a value, libstdc++ 12 holds no lock between its last look at the value and its
+// sleep, and a wake-up that comes between is lost.
 class StartingLine
 {
 public:
